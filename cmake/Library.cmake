@@ -1,0 +1,81 @@
+# SPDX-License-Identifier: Apache-2.0
+# The library: one set of object files for the shared object that is shipped (qorfp) and for the
+# static archive with all functions visible that tests and benchmarks link (qorfp_core).
+find_package(Threads REQUIRED)
+
+add_library(qorfp_objects OBJECT
+  ${PROJECT_SOURCE_DIR}/api/Extraction.cpp
+  ${PROJECT_SOURCE_DIR}/api/FingerCheck.cpp
+  ${PROJECT_SOURCE_DIR}/api/Log.cpp
+  ${PROJECT_SOURCE_DIR}/api/QORFPApi.cpp
+  ${PROJECT_SOURCE_DIR}/api/ScaleImage.cpp
+  ${PROJECT_SOURCE_DIR}/api/State.cpp
+  ${PROJECT_SOURCE_DIR}/api/TemplateCheck.cpp
+  ${PROJECT_SOURCE_DIR}/api/Verification.cpp
+  ${PROJECT_SOURCE_DIR}/engine/FPEngine.cpp
+  ${PROJECT_SOURCE_DIR}/engine/Template.cpp
+  ${PROJECT_SOURCE_DIR}/extract/BinImage.cpp
+  ${PROJECT_SOURCE_DIR}/extract/BoxSmooth.cpp
+  ${PROJECT_SOURCE_DIR}/extract/CalcDirA.cpp
+  ${PROJECT_SOURCE_DIR}/extract/CalcDirB.cpp
+  ${PROJECT_SOURCE_DIR}/extract/FPExtract.cpp
+  ${PROJECT_SOURCE_DIR}/extract/FPTable.cpp
+  ${PROJECT_SOURCE_DIR}/extract/HistMap.cpp
+  ${PROJECT_SOURCE_DIR}/extract/LineFilterTable.cpp
+  ${PROJECT_SOURCE_DIR}/extract/Maths.cpp
+  ${PROJECT_SOURCE_DIR}/extract/MinutiaeAssembly.cpp
+  ${PROJECT_SOURCE_DIR}/extract/MinutiaeFilter.cpp
+  ${PROJECT_SOURCE_DIR}/extract/MinutiaeRefine.cpp
+  ${PROJECT_SOURCE_DIR}/extract/MinutiaeScan.cpp
+  ${PROJECT_SOURCE_DIR}/extract/RemoveNoise.cpp
+  ${PROJECT_SOURCE_DIR}/extract/RidgeDensity.cpp
+  ${PROJECT_SOURCE_DIR}/extract/RidgeRayTable.cpp
+  ${PROJECT_SOURCE_DIR}/extract/RidgeRepair.cpp
+  ${PROJECT_SOURCE_DIR}/extract/RidgeTrace.cpp
+  ${PROJECT_SOURCE_DIR}/extract/SkeletonTable.cpp
+  ${PROJECT_SOURCE_DIR}/extract/SmoothRidge.cpp
+  ${PROJECT_SOURCE_DIR}/extract/Thinning.cpp
+  ${PROJECT_SOURCE_DIR}/match/Alignment.cpp
+  ${PROJECT_SOURCE_DIR}/match/Bars.cpp
+  ${PROJECT_SOURCE_DIR}/match/IndexDifference.cpp
+  ${PROJECT_SOURCE_DIR}/match/IndexKeys.cpp
+  ${PROJECT_SOURCE_DIR}/match/Match.cpp
+  ${PROJECT_SOURCE_DIR}/match/ReferenceIndex.cpp
+  ${PROJECT_SOURCE_DIR}/match/SimScore.cpp
+  ${PROJECT_SOURCE_DIR}/match/Sort.cpp
+  ${PROJECT_SOURCE_DIR}/preprocess/FPPreprocess.cpp
+  ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
+  ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp
+  ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp)
+set_target_properties(qorfp_objects PROPERTIES
+  POSITION_INDEPENDENT_CODE ON
+  CXX_VISIBILITY_PRESET hidden
+  VISIBILITY_INLINES_HIDDEN ON)
+target_compile_options(qorfp_objects PRIVATE
+  -fno-exceptions -fno-rtti -fno-threadsafe-statics -ffunction-sections -fdata-sections)
+target_include_directories(qorfp_objects PUBLIC ${PROJECT_SOURCE_DIR})
+target_link_libraries(qorfp_objects PRIVATE qorfp_warnings)
+
+# The version script names what is exported. Linking with --as-needed leaves out the C++ run-time
+# libraries that the compiler driver adds; tests/abi checks the finished file.
+add_library(qorfp SHARED $<TARGET_OBJECTS:qorfp_objects>)
+add_library(qorfp::qorfp ALIAS qorfp)
+target_include_directories(qorfp INTERFACE
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
+  $<INSTALL_INTERFACE:include>)
+target_link_libraries(qorfp PRIVATE Threads::Threads)
+set_target_properties(qorfp PROPERTIES
+  VERSION 1.1.3
+  SOVERSION 1
+  LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/qorfp.map)
+target_link_options(qorfp PRIVATE
+  -Wl,--as-needed -Wl,--gc-sections -static-libgcc
+  -Wl,--version-script=${PROJECT_SOURCE_DIR}/cmake/qorfp.map)
+if(NOT QORFP_SANITIZE)
+  target_link_options(qorfp PRIVATE -Wl,--no-undefined)
+endif()
+
+add_library(qorfp_core STATIC $<TARGET_OBJECTS:qorfp_objects>)
+target_include_directories(qorfp_core PUBLIC
+  ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
+target_link_libraries(qorfp_core PUBLIC Threads::Threads)

@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The first stage of extraction.
+#pragma once
+
+#include <stdint.h>
+
+namespace qorfp {
+
+/// 3 x 3 box mean of the image, clipped at its edges and truncated, in place; divisions by table.
+void BoxSmooth(uint8_t* buffer, int32_t width, int32_t height);
+
+}  // namespace qorfp

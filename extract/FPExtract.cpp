@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The extraction driver: the image stages, then minutiae detection, then the template.
+
+#include "extract/FPExtract.h"
+
+#include "engine/Template.h"
+#include "extract/BoxSmooth.h"
+#include "extract/Minutiae.h"
+
+namespace {
+
+using namespace qorfp;
+
+constexpr int32_t kNoTemplate = 1;
+constexpr int32_t kMinBlockRows = 3;
+
+}  // namespace
+
+Skeleton qorfp::SkeletonIn(uint8_t* buffer, int32_t width, int32_t height) {
+    const ExtractLayout layout = LayOutExtract(width, height);
+    return {buffer,
+            width,
+            height,
+            buffer + layout.directionMap,
+            buffer + layout.periodMap,
+            layout.blockColumns,
+            layout.blockRows};
+}
+
+int32_t CreateTemplate(uint8_t* buffer, int32_t width, int32_t height, uint8_t* bytes,
+                       int32_t* quality) {
+    BoxSmooth(buffer, width, height);
+    CalcDirA(buffer, width, height, quality);
+    SmoothRidge(buffer, width, height);
+    BinImageA(buffer, width, height);
+    CalcDirB(buffer, width, height);
+    SmoothRidge(buffer, width, height);
+    BinImageB(buffer, width, height);
+    RemoveNoise(buffer, width, height);
+    GetRidgeDensity(buffer, width, height);
+    Thinning(buffer, width, height);
+
+    const ExtractLayout layout = LayOutExtract(width, height);
+    if (layout.blockRows < kMinBlockRows || !HasRoom(layout.scratch, sizeof(MinutiaeScratch))) {
+        return kNoTemplate;
+    }
+    MinutiaeScratch* scratch = WorkAt<MinutiaeScratch>(buffer + layout.scratch);
+    const Skeleton skeleton = SkeletonIn(buffer, width, height);
+    CandidateList* candidates = &scratch->candidates;
+    ScanCandidates(skeleton, candidates);
+    RepairBrokenRidges(skeleton, candidates);
+    RefineCandidates(skeleton, candidates);
+    CompactCandidates(candidates);
+    DeleteCrowded(candidates);
+    DeleteClosePairs(candidates);
+    AssembleMinutiae(skeleton, *candidates, &scratch->set);
+    if (scratch->set.count < kMinMinutiae) {
+        return kNoTemplate;
+    }
+    return EncodeTemplate(&scratch->set, nullptr, bytes);
+}

@@ -1,0 +1,126 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Walking along the ridges of the skeleton.
+
+#include "extract/RidgeTrace.h"
+
+#include "extract/FPTable.h"
+
+namespace {
+
+using namespace qorfp;
+
+constexpr uint8_t kVisited = 254;
+
+// The neighbours in the order of the code's bits 7, 6, ..., 0.
+constexpr int32_t kPlaces = 8;
+constexpr Position kCircle[kPlaces] = {{-1, -1}, {-1, 0}, {-1, 1}, {0, 1},
+                                       {1, 1},   {1, 0},  {1, -1}, {0, -1}};
+
+uint8_t& PixelAt(const Skeleton& skeleton, Position at) {
+    return skeleton.pixels[at.y * skeleton.width + at.x];
+}
+
+bool IsInside(const Skeleton& skeleton, Position at) {
+    return at.x > 0 && at.x < skeleton.width - 1 && at.y > 0 && at.y < skeleton.height - 1;
+}
+
+bool IsRidge(int32_t code, int32_t place) {
+    return (code >> (kPlaces - 1 - place % kPlaces) & 1) == 0;
+}
+
+// The place of a run's pixel at which its branch starts: its first 4-neighbour in circle order, or
+// the single diagonal pixel that the run is. `place` is any place of the run.
+int32_t BranchPlace(int32_t code, int32_t place) {
+    int32_t first = place + kPlaces;
+    while (IsRidge(code, first - 1)) {
+        --first;
+    }
+    for (int32_t p = first; IsRidge(code, p); ++p) {
+        if (kCircle[p % kPlaces].x == 0 || kCircle[p % kPlaces].y == 0) {
+            return p % kPlaces;
+        }
+    }
+    return first % kPlaces;
+}
+
+}  // namespace
+
+int32_t qorfp::NeighbourCode(const Skeleton& skeleton, Position at) {
+    const uint8_t* row = &PixelAt(skeleton, at);
+    const uint8_t* above = row - skeleton.width;
+    const uint8_t* below = row + skeleton.width;
+    // Each neighbour gives one bit of its own value: 254 and 255 read as background, 0 and 1 as
+    // ridge.
+    return (above[-1] & 128) | (row[-1] & 64) | (below[-1] & 32) | (below[0] & 16) |
+           (below[1] & 8) | (row[1] & 4) | (above[1] & 2) | (above[0] >> 1 & 1);
+}
+
+void qorfp::MarkVisited(const Skeleton& skeleton, Position at) {
+    PixelAt(skeleton, at) = kVisited;
+}
+
+void qorfp::Unmark(const Skeleton& skeleton, Position at) {
+    PixelAt(skeleton, at) &= 1;
+}
+
+void qorfp::Unmark(const Skeleton& skeleton, const RidgeTrace& trace) {
+    for (int32_t i = 0; i < trace.steps; ++i) {
+        Unmark(skeleton, trace.passed[i]);
+    }
+}
+
+void qorfp::TraceRidge(const Skeleton& skeleton, Position start, int32_t maxSteps,
+                       RidgeTrace* trace) {
+    trace->steps = 0;
+    trace->end = start;
+    trace->hitRidge = false;
+    while (trace->steps < maxSteps && IsInside(skeleton, trace->end)) {
+        const int32_t code = NeighbourCode(skeleton, trace->end);
+        if (gnBC[code] != 1) {
+            trace->hitRidge = gnBC[code] >= 2;
+            return;
+        }
+        MarkVisited(skeleton, trace->end);
+        trace->passed[trace->steps] = trace->end;
+        ++trace->steps;
+        trace->end.x += gnTX[code];
+        trace->end.y += gnTY[code];
+    }
+}
+
+int32_t qorfp::FindBranches(const Skeleton& skeleton, Position seed,
+                            Position firstPixels[kBranches]) {
+    const int32_t code = NeighbourCode(skeleton, seed);
+    const int32_t branches = gnBC[code];
+    int32_t found = 0;
+    bool wasRidge = false;
+    for (int32_t place = 0; place < kPlaces && found < branches && found < kBranches; ++place) {
+        if (IsRidge(code, place) && !wasRidge) {
+            const Position step = kCircle[BranchPlace(code, place)];
+            firstPixels[found] = {seed.x + step.x, seed.y + step.y};
+            ++found;
+        }
+        wasRidge = IsRidge(code, place);
+    }
+    return branches;
+}
+
+bool qorfp::TraceBranches(const Skeleton& skeleton, Position seed, int32_t maxSteps,
+                          Position firstPixels[kBranches], RidgeTrace traces[kBranches]) {
+    if (FindBranches(skeleton, seed, firstPixels) < kBranches) {
+        return false;
+    }
+    MarkVisited(skeleton, seed);
+    for (int32_t branch = 0; branch < kBranches; ++branch) {
+        MarkVisited(skeleton, firstPixels[branch]);
+    }
+    for (int32_t branch = 0; branch < kBranches; ++branch) {
+        TraceRidge(skeleton, firstPixels[branch], maxSteps, &traces[branch]);
+    }
+    return true;
+}
+
+uint8_t qorfp::DirectionBetween(Position from, Position to) {
+    return static_cast<uint8_t>(atanB(from.x, from.y, to.x, to.y));
+}

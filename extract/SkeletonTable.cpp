@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The tables of thinning and of the skeleton's neighbour codes.
+
+#include "extract/FPTable.h"
+#include "extract/Repeat.h"
+
+namespace {
+
+constexpr int kCodes = 256;
+
+// Neighbourhoods in which thinning deletes the pixel.
+constexpr uint8_t kDeletedFirst[] = {
+    4, 5, 20, 21, 64, 65, 66, 67, 69, 71, 74, 75, 79, 85, 87, 106, 107, 148, 149, 150, 151,
+    168, 169, 170, 171, 180, 181, 182, 184, 185, 186, 188, 213, 234};
+constexpr uint8_t kDeletedSecond[] = {
+    8, 10, 40, 42, 69, 71, 74, 75, 79, 85, 87, 90, 91, 101, 103, 106, 107, 117, 122, 128, 144,
+    148, 149, 160, 168, 170, 176, 180, 181, 184, 186, 188, 213, 234};
+static_assert(sizeof(kDeletedFirst) == 34 && sizeof(kDeletedSecond) == 34, "as many as given");
+
+struct ThinningTable {
+    uint8_t values[2 * kCodes];
+
+    constexpr ThinningTable() : values() {
+        for (const uint8_t code : kDeletedFirst) {
+            values[code] = 1;
+        }
+        for (const uint8_t code : kDeletedSecond) {
+            values[kCodes + code] = 1;
+        }
+    }
+};
+
+constexpr ThinningTable kThinning;
+
+// The neighbours in the order of the code's bits 7, 6, ..., 0: a walk round the pixel from the
+// upper left, down the left side first.
+struct Step {
+    int dx;
+    int dy;
+};
+constexpr Step kCircle[8] = {{-1, -1}, {-1, 0}, {-1, 1}, {0, 1}, {1, 1}, {1, 0}, {1, -1}, {0, -1}};
+
+constexpr bool IsRidge(int code, int place) {
+    return (code >> (7 - place % 8) & 1) == 0;
+}
+
+// Runs of consecutive ridge neighbours on the circle.
+constexpr int32_t CountRuns(int code) {
+    int32_t runs = 0;
+    for (int place = 0; place < 8; ++place) {
+        if (!IsRidge(code, place) && IsRidge(code, place + 1)) {
+            ++runs;
+        }
+    }
+    return runs;
+}
+
+// The step into the one run of a code: to its first 4-neighbour in circle order, or to the single
+// diagonal pixel that it is.
+constexpr Step StepInto(int code) {
+    if (CountRuns(code) != 1) {
+        return {0, 0};
+    }
+    int first = 1;
+    while (IsRidge(code, first - 1) || !IsRidge(code, first)) {
+        ++first;
+    }
+    for (int place = first; IsRidge(code, place); ++place) {
+        const Step step = kCircle[place % 8];
+        if (step.dx == 0 || step.dy == 0) {
+            return step;
+        }
+    }
+    return kCircle[first % 8];
+}
+
+constexpr bool RunsAreDistributed() {
+    int counts[5] = {};
+    for (int code = 0; code < kCodes; ++code) {
+        ++counts[CountRuns(code)];
+    }
+    return counts[0] == 2 && counts[1] == 56 && counts[2] == 140 && counts[3] == 56 &&
+           counts[4] == 2;
+}
+static_assert(RunsAreDistributed(), "56 codes of an ending, 140 of a ridge, 56 of a bifurcation");
+
+}  // namespace
+
+#define QORFP_THINNING(i) kThinning.values[i]
+const uint8_t gbThin[512] = {QORFP_REPEAT_512(QORFP_THINNING, 0)};
+
+#define QORFP_RUNS(i) CountRuns(i)
+const int32_t gnBC[256] = {QORFP_REPEAT_256(QORFP_RUNS, 0)};
+
+#define QORFP_STEP_X(i) StepInto(i).dx
+const int32_t gnTX[256] = {QORFP_REPEAT_256(QORFP_STEP_X, 0)};
+
+#define QORFP_STEP_Y(i) StepInto(i).dy
+const int32_t gnTY[256] = {QORFP_REPEAT_256(QORFP_STEP_Y, 0)};
+
+const uint8_t gnJA[16] = {92, 92, 93, 93, 93, 94, 95, 96, 98, 100, 102, 103, 104, 105, 105, 105};
