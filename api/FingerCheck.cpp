@@ -91,12 +91,12 @@ bool qorfp::HasFingerBlocks(int32_t width, int32_t height) {
 }
 
 int32_t qorfp::FingerPercentage(const uint8_t* image, int32_t width, int32_t height) {
+    if (!HasFingerBlocks(width, height)) {
+        return 0;  // nothing to look at, and no size to subtract a margin from
+    }
     const bool is256x288 = width == 256 && height == 288;
     const Counts counts = CountBlocks(image, width, height,
                                       is256x288 ? kSpreadThreshold256x288 : kSpreadThreshold);
-    if (counts.blocks == 0) {
-        return 0;
-    }
     const bool isFinger = is256x288 ? LooksLikeFinger256x288(counts) : LooksLikeFinger(counts);
     return isFinger ? 100 * counts.finger / counts.blocks : 0;
 }

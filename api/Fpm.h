@@ -20,15 +20,16 @@ constexpr int32_t kScaledHeight = 279;
 
 extern "C" {
 
-/// Score thresholds. Levels 1..5 accept at entries 1..5; 0 and 7 are not used.
-extern const int32_t gnMatchThr[8];
-
 /// Finishes a template from the image that already lies at the start of the work buffer: minutiae,
 /// index area, quality, checksum.
 /// @param image only tested for null
 /// @return 0; 1 when extraction or indexing fails; 5 for a null pointer
 int32_t FPM_FeatureExtract(const uint8_t* image, int32_t width, int32_t height,
                            uint8_t* templateOut);
+
+/// Fuses three templates of one finger into a finished template. `out` may be one of them.
+/// @return 0; 1 when they cannot be fused or indexed; 5 for a null pointer
+int32_t FPM_GenFeature(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out);
 
 /// Quality of a template, 0..100: its quality byte or, where that is 0, a value by its minutia
 /// count. 0 for a null pointer, an unknown version or more than 60 minutiae.
@@ -45,7 +46,22 @@ void FPM_fpc1011_scale_image(uint8_t* buffer);
 /// Matches two templates in the work buffer; a null probe goes on with the last one.
 int32_t FPM_Match(const uint8_t* probe, const uint8_t* candidate, int32_t* score);
 
+/// Prepares a probe for index scores.
+int32_t FPM_SetIndex(const uint8_t* probe);
+
+/// Index scores of templates back to back, and of templates by pointers.
+int32_t FPM_GetScoreA(const uint8_t* list, int32_t count, int32_t* scores);
+int32_t FPM_GetScoreB(const uint8_t* const* list, int32_t count, int32_t* scores);
+
 /// 0 when the version is "301" and the count is at most 60, else 8.
 int32_t FPM_CheckTemplateValidity(const uint8_t* bytes);
+
+/// Upgrades a template in place to "301": builds the index area and the checksum.
+/// @return 0; 1, with the template unchanged, when it cannot be indexed
+int32_t FPM_Template300to301(uint8_t* bytes);
+
+/// Updates an enrolled template from a fresh one of the same finger.
+/// @return 0; non-zero when nothing was learnt
+int32_t FPM_Improve(const uint8_t* sample, uint8_t* enrolled);
 
 }  // extern "C"

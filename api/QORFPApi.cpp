@@ -10,8 +10,11 @@
 #include "api/FingerCheck.h"
 #include "api/Fpm.h"
 #include "api/Log.h"
+#include "api/Search.h"
 #include "api/State.h"
 #include "engine/FPEngine.h"
+#include "match/IndexWorkspace.h"
+#include "match/Thresholds.h"
 
 namespace {
 
@@ -26,6 +29,8 @@ constexpr int32_t kLowestLevel = 1;
 constexpr int32_t kHighestLevel = 5;
 
 constexpr int32_t kMinFingerPercentage = 55;
+
+constexpr int32_t kMinEnrolledTemplates = 2;
 
 // Upper limits only: sizes of 0 and below pass here and hold no pixel.
 bool IsImageSizeAllowed(int32_t width, int32_t height) {
@@ -57,6 +62,24 @@ uint32_t Extract(const uint8_t* image, int32_t width, int32_t height, uint8_t* t
     return static_cast<uint32_t>(result);
 }
 
+uint32_t Enroll(const uint8_t* templates, int32_t n, uint8_t* templateOut, int32_t* quality) {
+    if (g_isQrBio == 0) {
+        return QORFP_NOT_INITIALISED;
+    }
+    if (templates == nullptr || templateOut == nullptr || quality == nullptr ||
+        n < kMinEnrolledTemplates) {
+        return QORFP_BAD_ARGUMENT;
+    }
+    const uint8_t* second = templates + kTemplateBytes;
+    // Of two templates, the first stands in for the missing third.
+    const uint8_t* third = n == kMinEnrolledTemplates ? templates : second + kTemplateBytes;
+    const int32_t result = FPM_GenFeature(templates, second, third, templateOut);
+    if (result == QORFP_OK) {
+        *quality = FPM_GetQuality(templateOut);
+    }
+    return static_cast<uint32_t>(result);
+}
+
 bool HasKnownVersion(const uint8_t* bytes) {
     return IsVersion300(bytes) || IsVersion301(bytes);
 }
@@ -73,6 +96,56 @@ uint32_t Verify(const uint8_t* t1, const uint8_t* t2, int32_t level, int32_t* sc
         return QORFP_FAILED;
     }
     return *score < gnMatchThr[level] ? QORFP_FAILED : QORFP_OK;
+}
+
+bool HasUsableIndex(const uint8_t* bytes) {
+    const uint8_t* area = bytes + kIndexOffset;
+    return area[0] >= 1 && area[0] <= kMaxStoredKeys && area[1] == 0;
+}
+
+uint32_t CheckFeature(uint8_t* bytes, int32_t* converted) {
+    if (bytes == nullptr || converted == nullptr) {
+        return QORFP_BAD_ARGUMENT;
+    }
+    *converted = 0;
+    if (IsVersion301(bytes) && bytes[kCountOffset] > 0) {
+        const bool isUsable = bytes[kCountOffset] <= kMaxMinutiae && HasUsableIndex(bytes);
+        return isUsable ? QORFP_OK : QORFP_BAD_TEMPLATE;
+    }
+    // A "301" template without minutiae is treated like an old one.
+    if (!HasKnownVersion(bytes) || FPM_Template300to301(bytes) != 0) {
+        return QORFP_BAD_TEMPLATE;
+    }
+    *converted = 1;
+    return QORFP_OK;
+}
+
+uint32_t Improve(const uint8_t* sample, uint8_t* enrolled) {
+    if (sample == nullptr || enrolled == nullptr) {
+        return QORFP_BAD_ARGUMENT;
+    }
+    // Deliberate: the enrolled template is not tested; a damaged one is simply not improved.
+    if (FPM_CheckTemplateValidity(sample) != QORFP_OK) {
+        return QORFP_BAD_TEMPLATE;
+    }
+    return FPM_Improve(sample, enrolled) == 0 ? QORFP_OK : QORFP_FAILED;
+}
+
+void LogIdentifyProbe() {
+    LOGEE(1, "%s_%d", "QORFP_Identify", 662);
+}
+
+void LogIdentifyEntry(uint32_t entry, const uint8_t* bytes) {
+    LOGEE(1, "%s_%d_%d  [%02x][%02x][%02x][%02x]", "QORFP_Identify", 676,
+          static_cast<int32_t>(entry), bytes[0], bytes[1], bytes[2], bytes[3]);
+}
+
+void LogSearchProbe() {
+    LOGEE(1, "%s_%d", "QORFP_Search", 800);
+}
+
+void LogSearchEntry(uint32_t entry, const uint8_t* /*bytes*/) {
+    LOGEE(1, "%s_%d_%d TemplateValidity", "QORFP_Search", 808, static_cast<int32_t>(entry));
 }
 
 uint32_t CheckFinger(const uint8_t* image, uint32_t width, int32_t height) {
@@ -128,4 +201,36 @@ uint32_t QORFP_Verify(const uint8_t* t1, const uint8_t* t2, int32_t level, int32
 uint32_t QORFP_CheckFinger(const uint8_t* image, uint32_t width, int32_t height) {
     const EngineLock lock;
     return CheckFinger(image, width, height);
+}
+
+uint32_t QORFP_Enroll(const uint8_t* templates, int32_t n, uint8_t* templateOut,
+                      int32_t* quality) {
+    const EngineLock lock;
+    return Enroll(templates, n, templateOut, quality);
+}
+
+uint32_t QORFP_Identify(const uint8_t* probe, const uint8_t* const* list, uint32_t count,
+                        uint32_t level, uint32_t* index, int32_t* score) {
+    const CandidateArrays arrays(count);
+    const EngineLock lock;
+    return SearchList(probe, TemplateList::OfPointers(list), count, level, arrays,
+                      {LogIdentifyProbe, LogIdentifyEntry}, index, score);
+}
+
+uint32_t QORFP_Search(const uint8_t* probe, const uint8_t* list, uint32_t count, uint32_t level,
+                      uint32_t* index, int32_t* score) {
+    const CandidateArrays arrays(count);
+    const EngineLock lock;
+    return SearchList(probe, TemplateList::Contiguous(list), count, level, arrays,
+                      {LogSearchProbe, LogSearchEntry}, index, score);
+}
+
+uint32_t QORFP_CheckFeature(uint8_t* templateInOut, int32_t* converted) {
+    const EngineLock lock;
+    return CheckFeature(templateInOut, converted);
+}
+
+uint32_t QORFP_Improve(const uint8_t* sample, uint8_t* enrolled) {
+    const EngineLock lock;
+    return Improve(sample, enrolled);
 }

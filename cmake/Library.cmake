@@ -4,14 +4,17 @@
 find_package(Threads REQUIRED)
 
 add_library(qorfp_objects OBJECT
+  ${PROJECT_SOURCE_DIR}/api/Enrolment.cpp
   ${PROJECT_SOURCE_DIR}/api/Extraction.cpp
   ${PROJECT_SOURCE_DIR}/api/FingerCheck.cpp
+  ${PROJECT_SOURCE_DIR}/api/Improvement.cpp
   ${PROJECT_SOURCE_DIR}/api/Log.cpp
+  ${PROJECT_SOURCE_DIR}/api/Matching.cpp
   ${PROJECT_SOURCE_DIR}/api/QORFPApi.cpp
   ${PROJECT_SOURCE_DIR}/api/ScaleImage.cpp
+  ${PROJECT_SOURCE_DIR}/api/Search.cpp
   ${PROJECT_SOURCE_DIR}/api/State.cpp
   ${PROJECT_SOURCE_DIR}/api/TemplateCheck.cpp
-  ${PROJECT_SOURCE_DIR}/api/Verification.cpp
   ${PROJECT_SOURCE_DIR}/engine/FPEngine.cpp
   ${PROJECT_SOURCE_DIR}/engine/Template.cpp
   ${PROJECT_SOURCE_DIR}/extract/BinImage.cpp
@@ -37,12 +40,20 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/extract/Thinning.cpp
   ${PROJECT_SOURCE_DIR}/match/Alignment.cpp
   ${PROJECT_SOURCE_DIR}/match/Bars.cpp
+  ${PROJECT_SOURCE_DIR}/match/Fusion.cpp
+  ${PROJECT_SOURCE_DIR}/match/FusionGeometry.cpp
+  ${PROJECT_SOURCE_DIR}/match/Improve.cpp
   ${PROJECT_SOURCE_DIR}/match/IndexDifference.cpp
   ${PROJECT_SOURCE_DIR}/match/IndexKeys.cpp
+  ${PROJECT_SOURCE_DIR}/match/IndexScore.cpp
   ${PROJECT_SOURCE_DIR}/match/Match.cpp
+  ${PROJECT_SOURCE_DIR}/match/MinutiaMean.cpp
+  ${PROJECT_SOURCE_DIR}/match/Octagon.cpp
   ${PROJECT_SOURCE_DIR}/match/ReferenceIndex.cpp
   ${PROJECT_SOURCE_DIR}/match/SimScore.cpp
   ${PROJECT_SOURCE_DIR}/match/Sort.cpp
+  ${PROJECT_SOURCE_DIR}/match/Thresholds.cpp
+  ${PROJECT_SOURCE_DIR}/match/TriIndex.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/FPPreprocess.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp

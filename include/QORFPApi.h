@@ -4,8 +4,10 @@
  * @brief Fingerprint recognition for embedded Linux: the whole public interface.
  *
  * A host turns finger images into 512-byte templates with QORFP_Extract(), stores them where it
- * likes, and compares two of them with QORFP_Verify(). The library keeps no files, no database and
- * no pointer past a call.
+ * likes, and compares two of them with QORFP_Verify(), or one with a list of them with
+ * QORFP_Search(). QORFP_Enroll() fuses several captures of one finger into a better template, and
+ * QORFP_Improve() keeps that template up to date. The library keeps no files, no database and no
+ * pointer past a call.
  *
  * **Images** are 8-bit grey, row-major, no gap between rows, dark ridges on a light ground, about
  * 508 dots per inch. Width at most 256, height at most 360, both multiples of 4. An image of
@@ -69,11 +71,11 @@ enum QORFP_Result {
     QORFP_NOT_INITIALISED = 3,
     /** A null pointer for a text output. */
     QORFP_NULL_OUTPUT = 4,
-    /** Invalid argument: null pointer, image size, or security level. */
+    /** Invalid argument: null pointer, image size, too few templates, security level, empty list. */
     QORFP_BAD_ARGUMENT = 5,
     /** The image does not show a finger. */
     QORFP_NO_FINGER = 6,
-    /** Invalid template: wrong version text, or too many minutiae. */
+    /** Invalid template: wrong version text, too many minutiae, or an unusable index area. */
     QORFP_BAD_TEMPLATE = 8
 };
 
@@ -122,6 +124,25 @@ QORFP_EXPORT uint32_t QORFP_Extract(const uint8_t* image, int32_t width, int32_t
                                     uint8_t* templateOut, int32_t* quality);
 
 /**
+ * Fuses two or three templates of one finger into an enrolment template: minutiae on which the
+ * captures agree are averaged, and the covered area becomes that of all.
+ *
+ * Every capture must match at least one common base capture well (a score of 210 or more), so three
+ * good captures with different parts of the finger in the middle are better than three equal ones.
+ *
+ * @param[in] templates `n` templates of #QORFP_TEMPLATE_BYTES bytes, back to back
+ * @param n 2 or more; of more than three only the first three are used; of two, the first counts
+ *        twice
+ * @param[out] templateOut #QORFP_TEMPLATE_BYTES bytes; may be one of the inputs; may be partly
+ *             written when the call fails
+ * @param[out] quality 0 to 100, the mean of the inputs' qualities; written only on success
+ * @return #QORFP_OK; #QORFP_FAILED when the captures do not match each other well enough, or one is
+ *         unusable; #QORFP_NOT_INITIALISED; #QORFP_BAD_ARGUMENT for a null pointer or n below 2
+ */
+QORFP_EXPORT uint32_t QORFP_Enroll(const uint8_t* templates, int32_t n, uint8_t* templateOut,
+                                   int32_t* quality);
+
+/**
  * Compares two templates. The score is not exactly symmetric: keep the order (for example: the
  * fresh template first, the stored one second) the same throughout a system.
  *
@@ -142,6 +163,71 @@ QORFP_EXPORT uint32_t QORFP_Extract(const uint8_t* image, int32_t width, int32_t
  */
 QORFP_EXPORT uint32_t QORFP_Verify(const uint8_t* t1, const uint8_t* t2, int32_t level,
                                    int32_t* score);
+
+/**
+ * Finds the template of a list that matches a probe best. The whole list is ranked by a fast index
+ * score first; then the best-ranked entries are matched in full: all of a list of fewer than 200,
+ * else count / 20 + 200 of them, and none after the first that scores 225 or more.
+ *
+ * Needs no QORFP_Initial(). Allocates 8 bytes an entry for the length of the call.
+ *
+ * @param[in] probe a "301" template
+ * @param[in] list `count` pointers to "301" templates. One invalid entry makes the whole call fail;
+ *            older ones must have been upgraded with QORFP_CheckFeature().
+ * @param count number of entries, at least 1
+ * @param level security level 1 to 5, see QORFP_Verify()
+ * @param[out] index position in the list of the best match; written only on success; may be null
+ * @param[out] score score of the entry that was matched last, which need not be the one at `*index`
+ *             (call QORFP_Verify() for that one's score); written only on success; may be null
+ * @return #QORFP_OK when an entry reached the level's threshold; #QORFP_FAILED when none did;
+ *         #QORFP_NO_MEMORY; #QORFP_BAD_ARGUMENT for a null `probe`, `list` or entry, a level outside
+ *         1 to 5 or an empty list; #QORFP_BAD_TEMPLATE when the probe or an entry is not "301" or has
+ *         a minutia count above 60 (a line on standard output names it)
+ */
+QORFP_EXPORT uint32_t QORFP_Identify(const uint8_t* probe, const uint8_t* const* list,
+                                     uint32_t count, uint32_t level, uint32_t* index,
+                                     int32_t* score);
+
+/**
+ * QORFP_Identify() for a list of templates back to back.
+ *
+ * @param[in] probe a "301" template
+ * @param[in] list `count` templates of #QORFP_TEMPLATE_BYTES bytes, back to back
+ * @param count number of entries, at least 1
+ * @param level security level 1 to 5, see QORFP_Verify()
+ * @param[out] index see QORFP_Identify()
+ * @param[out] score see QORFP_Identify()
+ * @return see QORFP_Identify()
+ */
+QORFP_EXPORT uint32_t QORFP_Search(const uint8_t* probe, const uint8_t* list, uint32_t count,
+                                   uint32_t level, uint32_t* index, int32_t* score);
+
+/**
+ * Tests a stored template, and upgrades one of the older form ("300", without index area) in place.
+ * Run it once over a stored gallery before using it with QORFP_Identify() or QORFP_Search().
+ * Needs no QORFP_Initial().
+ *
+ * @param[in,out] templateInOut #QORFP_TEMPLATE_BYTES bytes; changed only by a successful upgrade
+ * @param[out] converted 1 when the template was upgraded (store it back), else 0
+ * @return #QORFP_OK when the template is usable in every call; #QORFP_BAD_ARGUMENT for a null
+ *         pointer; #QORFP_BAD_TEMPLATE for an unknown version, more than 60 minutiae, an index area
+ *         without keys, or an old template that cannot be upgraded. The checksum is not verified.
+ */
+QORFP_EXPORT uint32_t QORFP_CheckFeature(uint8_t* templateInOut, int32_t* converted);
+
+/**
+ * Updates an enrolled template from a fresh one that matches it without doubt (a score of 225 or
+ * more), when that makes it better. Call it after an accepted match with the template just matched,
+ * and store the enrolled template when the result is #QORFP_OK. Needs no QORFP_Initial().
+ *
+ * @param[in] sample a fresh "301" template of the same finger
+ * @param[in,out] enrolled the enrolled template, #QORFP_TEMPLATE_BYTES bytes; its quality stays, its
+ *                checksum is not rewritten
+ * @return #QORFP_OK when `enrolled` was updated; #QORFP_FAILED when it was not (no certain match, or
+ *         nothing to learn); #QORFP_BAD_ARGUMENT for a null pointer; #QORFP_BAD_TEMPLATE when the
+ *         sample is not "301" or has a minutia count above 60
+ */
+QORFP_EXPORT uint32_t QORFP_Improve(const uint8_t* sample, uint8_t* enrolled);
 
 /**
  * Decides from the raw image alone, by the contrast of its 8 x 8 pixel blocks, whether a finger

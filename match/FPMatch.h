@@ -9,6 +9,7 @@
 
 #include "engine/Minutia.h"
 #include "include/QORFPApi.h"
+#include "match/FusionWork.h"
 #include "match/IndexWorkspace.h"
 #include "match/MatchContext.h"
 
@@ -58,6 +59,38 @@ int32_t EstimateMoveVector(int32_t* histogram, int32_t lowBin, int32_t highBin);
 /// @param wantPairs not 0: write the matched index pairs, at most 120, into `result`
 int32_t GetSimScore(MatchContext* context, MatchResult* result, int32_t wantPairs);
 
+// --- Fusion and improvement ------------------------------------------------------------------------
+
+/// Reconciles the match lists of two templates A and B. Pairs found in both directions stay, and
+/// pairs found in one whose minutiae are free in the other; where the directions disagree about a
+/// minutia of A, its pairs are dropped.
+/// @param reverse in and out: the pairs with B as reference and A as probe
+/// @param forward in: the pairs with A as reference and B as probe; out: the same list as `reverse`
+/// @param conflicts out: the pairs in conflict; `conflictsCopy` receives the same
+void ArrangeMinutiaIndex(ArrangeScratch* work, MatchResult* reverse, MatchResult* forward,
+                         ConflictList* conflicts, ConflictList* conflictsCopy);
+
+/// Replaces the points by the corners of their convex outline, in order; points on an edge stay.
+/// @return number of points; fewer than 3 points are left as they are
+int32_t GetConvexHull(HullContext* hull);
+
+/// @return 1 when the position lies outside the outline or the outline has fewer than 3 corners,
+///         0 when it lies inside or on an edge
+int32_t GetDistFromPolygon(HullContext* hull, int32_t x, int32_t y);
+
+/// Fuses three template heads of 370 bytes each, back to back, of one finger; the result is written
+/// over the first.
+/// @return 0; non-zero, with nothing written, when an input does not decode or the three do not
+///         match well enough
+int32_t GeneralizeTemplate(uint8_t* work, uint8_t* templates);
+
+/// Matches a fresh template with an enrolled one and, at a score of 225 or more, updates bytes
+/// 0..369 of the enrolled one in place.
+/// @param updated out: 1 when `enrolled` was rewritten, else 0
+/// @return the score
+int32_t MatchWithImprove(uint8_t* work, const uint8_t* sample, uint8_t* enrolled,
+                         int32_t* updated);
+
 // --- Sorting: exported ---------------------------------------------------------------------------------
 
 /// Sorts `keys` ascending, in place, without recursion. Not stable.
@@ -75,6 +108,26 @@ QORFP_EXPORT int32_t quickSortEx(int32_t* keys, int32_t* values, int32_t n, int3
 ///        IndexWorkspace at the start of `work`
 /// @return 0, or non-zero when the template does not decode (`out` is then untouched)
 int32_t CreateIndex(uint8_t* work, const uint8_t* bytes, uint8_t* out);
+
+/// Files the work keys that CreateIndex left in `work` in its three planes.
+/// @return 0
+int32_t CreateTri(uint8_t* work);
+
+// --- Index scores -------------------------------------------------------------------------------------
+
+// How much of the probe's keys reappears in each of n candidates at one consistent rotation; 0 and
+// up, not normalised. The probe's keys and planes must lie in `work` (ISetIndex). With n < 1 nothing
+// is written. All return 0.
+
+/// Candidates: index areas of 140 bytes, back to back.
+int32_t GetIndexScore(uint8_t* work, const uint8_t* areas, int32_t n, int32_t* scores);
+
+/// Candidates: templates of 512 bytes, back to back.
+int32_t GetIndexScoreA(uint8_t* work, const uint8_t* templates, int32_t n, int32_t* scores);
+
+/// Candidates: pointers to templates.
+int32_t GetIndexScoreB(uint8_t* work, const uint8_t* const* templates, int32_t n,
+                       int32_t* scores);
 
 /// Circular difference of two values on 30 levels, at [difference + 30].
 extern const uint8_t gbFA[60];

@@ -8,11 +8,9 @@
 
 namespace {
 
-constexpr int32_t kTurnLevels = 30;
-
 constexpr uint8_t CircularLevels(int32_t difference) {
     const int32_t distance = qorfp::Absolute(difference);
-    return static_cast<uint8_t>(qorfp::Min(distance, kTurnLevels - distance));
+    return static_cast<uint8_t>(qorfp::Min(distance, qorfp::kTurnLevels - distance));
 }
 static_assert(CircularLevels(-29) == 1 && CircularLevels(15) == 15 && CircularLevels(16) == 14,
               "folded at half a turn");

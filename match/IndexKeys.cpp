@@ -260,7 +260,7 @@ void PackKeys(const IndexWorkspace& work, uint8_t* out) {
 
 int32_t CreateIndex(uint8_t* work, const uint8_t* bytes, uint8_t* out) {
     IndexWorkspace* index = WorkAt<IndexWorkspace>(work);
-    memset(index, 0, offsetof(IndexWorkspace, distance));
+    memset(index, 0, offsetof(IndexWorkspace, score));
     const int32_t error = DecodeTemplate(bytes, &index->set, nullptr);
     if (error != 0) {
         return error;

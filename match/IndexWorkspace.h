@@ -32,11 +32,43 @@ struct WorkKey {
 
 static_assert(sizeof(WorkKey) == 11, "the same record on every machine");
 
-/// The keys survive from CreateIndex in probe mode to the next use of the buffer; the rest is
-/// scratch of CreateIndex.
+constexpr int32_t kTurnLevels = 30;     ///< values of WorkKey::a, circular
+constexpr int32_t kBuckets = kTurnLevels * kTurnLevels;
+constexpr int32_t kTurnReach = 2;       ///< levels by which two a values may differ
+constexpr int32_t kBucketsPerKey = (2 * kTurnReach + 1) * (2 * kTurnReach + 1);
+constexpr int32_t kPlaneEntries = kMaxWorkKeys * kBucketsPerKey;
+constexpr int32_t kPlanes = 3;
+
+/// The slot pairs of the planes.
+constexpr int32_t kPlaneSlots[kPlanes][2] = {{0, 1}, {0, 2}, {1, 2}};
+
+/// The probe's keys by the a values of one pair of slots. A key is filed in the 25 buckets around
+/// its own values, so one bucket holds every probe key whose two values are near a stored key's.
+struct Plane {
+    uint8_t size[kBuckets];          ///< bucket = first value x 30 + second value
+    uint16_t start[kBuckets];        ///< of each bucket in entries
+    uint8_t entries[kPlaneEntries];  ///< key numbers, ascending inside a bucket
+};
+
+/// Scratch for one candidate of an index score.
+struct IndexScoreScratch {
+    int32_t probeScore[kMaxWorkKeys];      ///< best pair score of each probe key
+    int32_t storedScore[kMaxStoredKeys];   ///< best pair score of each stored key
+    int8_t probePartner[kMaxWorkKeys];     ///< stored key of the best pair, -1: none
+    int8_t storedPartner[kMaxStoredKeys];  ///< probe key of the best pair, -1: none
+    uint8_t storedDirection[kMaxStoredKeys];
+    int32_t clusterCentre[kMaxWorkKeys];   ///< rotations, 0..239
+    int32_t clusterSum[kMaxWorkKeys];
+};
+
+/// The keys and planes survive from ISetIndex to the following index scores, up to the next other
+/// use of the buffer; the rest is scratch.
 struct IndexWorkspace {
     int32_t keyCount;
     WorkKey keys[kMaxWorkKeys];
+    Plane planes[kPlanes];
+
+    IndexScoreScratch score;
 
     int32_t distance[kMaxMinutiae * kMaxMinutiae];  ///< row stride = minutia count; 0: no neighbour
     int32_t angle[kMaxMinutiae * kMaxMinutiae];     ///< direction of the line from i to j
