@@ -1,0 +1,51 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// qorfp extract: a finger image becomes a template file.
+#include <cstdio>
+#include <memory>
+
+#include "tools/qorfp/Commands.h"
+#include "tools/qorfp/Engine.h"
+#include "tools/qorfp/ExitStatus.h"
+#include "tools/qorfp/FileIo.h"
+#include "tools/qorfp/FingerInput.h"
+
+namespace qorfp::cli {
+namespace {
+
+struct ExtractOptions {
+    std::string image;
+    std::string output;
+    ImageOptions imageOptions;
+};
+
+int RunExtract(const ExtractOptions& options) {
+    const GreyImage finger = LoadFinger(options.image, options.imageOptions);
+    StartEngine();
+    const Extraction extraction = Extract(finger);
+    if (!extraction.isDone) {
+        std::printf("%s: %s\n", options.image.c_str(), kNoTemplateReason);
+        return kExitNo;
+    }
+    WriteFile(options.output, Bytes(extraction.bytes.begin(), extraction.bytes.end()));
+    std::printf("%s: %d minutiae, quality %d\n", options.output.c_str(),
+                ReadTemplate(extraction.bytes).count, extraction.quality);
+    return kExitYes;
+}
+
+}  // namespace
+
+void AddExtract(CLI::App& program, int& exitStatus) {
+    auto options = std::make_shared<ExtractOptions>();
+    CLI::App* command = program.add_subcommand("extract", "Make a template from a finger image");
+    command->add_option("IMAGE", options->image, "Finger image (PGM, PNG or BMP)")->required();
+    command->add_option("-o,--output", options->output, "Template file to write (512 bytes)")
+        ->required();
+    AddImageOptions(*command, options->imageOptions);
+    command->footer(
+        "Exit status: 0 template written, 1 no template could be made, 2 error.\n"
+        "Example: qorfp extract finger.png -o finger.bin");
+    command->callback([options, &exitStatus] { exitStatus = RunExtract(*options); });
+}
+
+}  // namespace qorfp::cli
