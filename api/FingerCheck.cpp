@@ -7,14 +7,14 @@
 
 namespace {
 
-constexpr int32_t kMargin = 16;     // pixels ignored at the upper and left, more at the other sides
-constexpr int32_t kBlockSide = 8;   // pixels
+constexpr int32_t kMargin = 16;    // pixels ignored at the upper and left, more at the other sides
+constexpr int32_t kBlockSide = 8;  // pixels
 constexpr int32_t kBlockPixels = kBlockSide * kBlockSide;
 constexpr int32_t kCellsPerBlock = 16;  // 2 x 2 pixels each
 
 constexpr int32_t kSpreadThreshold = 65536;
 constexpr int32_t kSpreadThreshold256x288 = 192000;
-constexpr int32_t kDarkMean = 128;        // a flat block below it counts as dark
+constexpr int32_t kDarkMean = 128;  // a flat block below it counts as dark
 constexpr int32_t kMinGroundContrast = 50;
 
 struct BlockSums {
@@ -95,8 +95,8 @@ int32_t qorfp::FingerPercentage(const uint8_t* image, int32_t width, int32_t hei
         return 0;  // nothing to look at, and no size to subtract a margin from
     }
     const bool is256x288 = width == 256 && height == 288;
-    const Counts counts = CountBlocks(image, width, height,
-                                      is256x288 ? kSpreadThreshold256x288 : kSpreadThreshold);
+    const Counts counts =
+        CountBlocks(image, width, height, is256x288 ? kSpreadThreshold256x288 : kSpreadThreshold);
     const bool isFinger = is256x288 ? LooksLikeFinger256x288(counts) : LooksLikeFinger(counts);
     return isFinger ? 100 * counts.finger / counts.blocks : 0;
 }

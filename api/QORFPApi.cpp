@@ -203,8 +203,7 @@ uint32_t QORFP_CheckFinger(const uint8_t* image, uint32_t width, int32_t height)
     return CheckFinger(image, width, height);
 }
 
-uint32_t QORFP_Enroll(const uint8_t* templates, int32_t n, uint8_t* templateOut,
-                      int32_t* quality) {
+uint32_t QORFP_Enroll(const uint8_t* templates, int32_t n, uint8_t* templateOut, int32_t* quality) {
     const EngineLock lock;
     return Enroll(templates, n, templateOut, quality);
 }

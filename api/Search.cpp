@@ -74,9 +74,9 @@ uint32_t MatchLimit(uint32_t count) {
 // What the full matches have found so far.
 struct Outcome {
     uint32_t result;
-    uint32_t index;      // of the best candidate
+    uint32_t index;  // of the best candidate
     int32_t bestScore;
-    int32_t lastScore;   // of the candidate matched last
+    int32_t lastScore;  // of the candidate matched last
 };
 
 Outcome MatchRanked(const uint8_t* probe, const TemplateList& list, const int32_t* order,

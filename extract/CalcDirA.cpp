@@ -10,12 +10,12 @@ namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kReach = 4;                // windows of 9 x 9 blocks
+constexpr int32_t kReach = 4;  // windows of 9 x 9 blocks
 constexpr int32_t kWindowRows = 2 * kReach + 1;
-constexpr int32_t kStrongGradient = 200;     // squared
-constexpr int32_t kMinStrongBlocks = 40;     // of 81 for a foreground block
-constexpr int32_t kMinReliableBlocks = 41;   // of 81 around a block that stays foreground
-constexpr int32_t kMinCoherence = 900;       // 16384 x coherence squared
+constexpr int32_t kStrongGradient = 200;    // squared
+constexpr int32_t kMinStrongBlocks = 40;    // of 81 for a foreground block
+constexpr int32_t kMinReliableBlocks = 41;  // of 81 around a block that stays foreground
+constexpr int32_t kMinCoherence = 900;      // 16384 x coherence squared
 constexpr int32_t kHighestBlockQuality = 100;
 
 struct CalcDirAScratch {

@@ -88,11 +88,11 @@ void CalcDirB(uint8_t* buffer, int32_t width, int32_t height) {
         }
         if (entering >= kReach) {
             uint8_t* mapRow = map + (entering - kReach) * layout.blockColumns;
-            scratch->window.ForEachBlock(
-                layout.blockColumns, [&](int32_t column, const ProductSums& sums) {
-                    mapRow[column] = static_cast<uint8_t>((mapRow[column] & kBackgroundFlag) |
-                                                          OrientationOf(sums));
-                });
+            scratch->window.ForEachBlock(layout.blockColumns, [&](int32_t column,
+                                                                  const ProductSums& sums) {
+                mapRow[column] =
+                    static_cast<uint8_t>((mapRow[column] & kBackgroundFlag) | OrientationOf(sums));
+            });
         }
     }
 }

@@ -61,7 +61,8 @@ constexpr ExtractLayout LayOutExtract(int32_t width, int32_t height) {
 
 /// True when a scratch record of `bytes` bytes fits from `offset` to the buffer's end.
 constexpr bool HasRoom(int32_t offset, size_t bytes) {
-    return bytes <= static_cast<size_t>(kWorkBytes) && offset <= kWorkBytes - static_cast<int32_t>(bytes);
+    return bytes <= static_cast<size_t>(kWorkBytes) &&
+           offset <= kWorkBytes - static_cast<int32_t>(bytes);
 }
 
 /// True when a scratch record of `bytes` bytes fits behind both maps of every image of the public
@@ -70,7 +71,8 @@ constexpr bool FitsEveryImage(size_t bytes) {
     return HasRoom(LayOutExtract(kMaxImageWidth, kMaxImageHeight).scratch, bytes);
 }
 
-static_assert(LayOutExtract(kMaxImageWidth, kMaxImageHeight).directionMap == 92160, "largest image");
+static_assert(LayOutExtract(kMaxImageWidth, kMaxImageHeight).directionMap == 92160,
+              "largest image");
 static_assert(LayOutExtract(kMaxImageWidth, kMaxImageHeight).periodMap == 97768, "largest image");
 static_assert(LayOutExtract(kMaxImageWidth, kMaxImageHeight).scratch == 103376, "largest image");
 static_assert(!LayOutExtract(0, 8).isUsable && !LayOutExtract(8, -4).isUsable, "no pixels");

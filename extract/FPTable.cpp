@@ -45,8 +45,7 @@ static_assert(SineQ14(0) == 0 && SineQ14(1) == 429 && SineQ14(2) == 857 && SineQ
                   SineQ14(7) == 2986 && SineQ14(60) == 16384,
               "first sines");
 static_assert(SineQ14(61) == 16378 && SineQ14(62) == 16362 && SineQ14(63) == 16333 &&
-                  SineQ14(64) == 16294 && SineQ14(180) == -16384 &&
-                  SineQ14(299) == 16378,
+                  SineQ14(64) == 16294 && SineQ14(180) == -16384 && SineQ14(299) == 16378,
               "first cosines");
 
 // round(atan(row / column) x stepsPerQuarter / (pi / 2)) for all rows and columns of a square
@@ -137,9 +136,9 @@ const uint8_t gnSqrt[976] = {QORFP_REPEAT_512(QORFP_SQRT, 0), QORFP_REPEAT_256(Q
 #define QORFP_SQUARE(i) ((i) * (i))
 const int32_t gnSqr[256] = {QORFP_REPEAT_256(QORFP_SQUARE, 0)};
 
-#define QORFP_REPEAT_240(entry)                                   \
-    QORFP_REPEAT_128(entry, 0), QORFP_REPEAT_64(entry, 128),      \
-        QORFP_REPEAT_32(entry, 192), QORFP_REPEAT_16(entry, 224)
+#define QORFP_REPEAT_240(entry)                                                           \
+    QORFP_REPEAT_128(entry, 0), QORFP_REPEAT_64(entry, 128), QORFP_REPEAT_32(entry, 192), \
+        QORFP_REPEAT_16(entry, 224)
 
 #define QORFP_SINE(i) SineQ14(i)
 const int32_t gnSin[240] = {QORFP_REPEAT_240(QORFP_SINE)};
@@ -148,10 +147,12 @@ const int32_t gnSin[240] = {QORFP_REPEAT_240(QORFP_SINE)};
 const int32_t gnCos[240] = {QORFP_REPEAT_240(QORFP_COSINE)};
 
 #define QORFP_DIV_6(i) (i) / 6
-const uint8_t gbDiv6[1536] = {QORFP_REPEAT_1024(QORFP_DIV_6, 0), QORFP_REPEAT_512(QORFP_DIV_6, 1024)};
+const uint8_t gbDiv6[1536] = {QORFP_REPEAT_1024(QORFP_DIV_6, 0),
+                              QORFP_REPEAT_512(QORFP_DIV_6, 1024)};
 
 #define QORFP_DIV_9(i) (i) / 9
-const uint8_t gbDiv9[2304] = {QORFP_REPEAT_2048(QORFP_DIV_9, 0), QORFP_REPEAT_256(QORFP_DIV_9, 2048)};
+const uint8_t gbDiv9[2304] = {QORFP_REPEAT_2048(QORFP_DIV_9, 0),
+                              QORFP_REPEAT_256(QORFP_DIV_9, 2048)};
 
 #define QORFP_DIV_20(i) (i) / 20
 const uint8_t gbDiv20[240] = {QORFP_REPEAT_240(QORFP_DIV_20)};

@@ -23,7 +23,7 @@ int32_t atanB(int32_t x1, int32_t y1, int32_t x2, int32_t y2);
 /// floor(sqrt(n)) for 0..65535; -1 for negative n; 255 for larger n.
 int32_t sqrtA(int32_t n);
 
-// --- Angles, roots, divisions: made by rule -------------------------------------------------------
+// --- Angles, roots, divisions: made by rule ------------------------------------------------------
 
 /// round(atan(dy / dx) x 120 / pi), 0..60, at [|dy| x 128 + |dx|]; 60 where dx is 0.
 extern const uint8_t gnAtanB[128 * 128];
@@ -53,7 +53,7 @@ extern const uint8_t gbDiv9[2304];
 /// k / 20, k = 0..239: the 30-degree sector of a direction, 0..11.
 extern const uint8_t gbDiv20[240];
 
-// --- Oriented line filter, one row an orientation (120) -------------------------------------------
+// --- Oriented line filter, one row an orientation (120) ------------------------------------------
 
 /// Up to 7 sample offsets on one side of the centre, at [orientation x 7 + sample], in pixels:
 /// dx in -5..5, dy in 0..5. Each is used twice, at (dx, dy) and at (-dx, -dy).
@@ -69,7 +69,7 @@ extern const uint8_t gnPC[120];
 /// Weight of the centre pixel.
 extern const uint8_t gnCW[120];
 
-// --- Ridge-period rays ------------------------------------------------------------------------------
+// --- Ridge-period rays ---------------------------------------------------------------------------
 
 /// Ridge orientation 0..119 -> class 0..15 of the ray that crosses such ridges.
 extern const int32_t gnDC[120];
@@ -80,7 +80,7 @@ extern const int32_t gnRP[16 * 10];
 /// Mean step length of each class's ray in 1/32 pixel.
 extern const int32_t gnRL[16];
 
-// --- Skeleton ----------------------------------------------------------------------------------------
+// --- Skeleton ------------------------------------------------------------------------------------
 
 /// Deletion tables of thinning: 256 entries for each of its two sub-iterations, 1 = delete.
 /// The index has a bit set for each neighbour that is background:

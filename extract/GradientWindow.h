@@ -20,7 +20,7 @@ struct Gradient {
 
 /// Sums of gradient products over the blocks of a window.
 struct ProductSums {
-    int32_t xx;      ///< <= 81 x 96 x 96
+    int32_t xx;  ///< <= 81 x 96 x 96
     int32_t yy;
     int32_t xy;
     int32_t strong;  ///< number of blocks with a strong gradient

@@ -10,8 +10,8 @@
 namespace {
 
 constexpr int32_t kGreyLevels = 256;
-constexpr int32_t kCutPixels = 1403;      // cut at either end of the histogram
-constexpr int32_t kIgnoredMargin = 42;    // pixels, on images larger than kWholeImageSide
+constexpr int32_t kCutPixels = 1403;    // cut at either end of the histogram
+constexpr int32_t kIgnoredMargin = 42;  // pixels, on images larger than kWholeImageSide
 constexpr int32_t kWholeImageSide = 160;
 
 // The table, and behind it the histogram from which it is made.
@@ -23,8 +23,7 @@ static_assert(sizeof(HistMapScratch) == 1280, "as the declaration says");
 
 void CountGreyLevels(const uint8_t* image, int32_t width, int32_t height, int32_t* histogram) {
     memset(histogram, 0, kGreyLevels * sizeof(histogram[0]));
-    const int32_t margin =
-        height > kWholeImageSide && width > kWholeImageSide ? kIgnoredMargin : 0;
+    const int32_t margin = height > kWholeImageSide && width > kWholeImageSide ? kIgnoredMargin : 0;
     for (int32_t y = margin; y < height - margin; ++y) {
         const uint8_t* row = image + y * width;
         for (int32_t x = margin; x < width - margin; ++x) {

@@ -117,8 +117,8 @@ static_assert(kFilter.rows[119].samples[5].dx == -4 && kFilter.rows[119].samples
     QORFP_REPEAT_512(entry, 0), QORFP_REPEAT_256(entry, 512), QORFP_REPEAT_64(entry, 768), \
         QORFP_REPEAT_8(entry, 832)
 
-#define QORFP_REPEAT_120(entry)                                                           \
-    QORFP_REPEAT_64(entry, 0), QORFP_REPEAT_32(entry, 64), QORFP_REPEAT_16(entry, 96),    \
+#define QORFP_REPEAT_120(entry)                                                        \
+    QORFP_REPEAT_64(entry, 0), QORFP_REPEAT_32(entry, 64), QORFP_REPEAT_16(entry, 96), \
         QORFP_REPEAT_8(entry, 112)
 
 #define QORFP_DX(i) kFilter.At(i).dx

@@ -11,8 +11,8 @@ using namespace qorfp;
 
 constexpr int32_t kLongestTableSide = 127;
 
-// The direction of (x, y), given the angle 0..60 between it and the x axis. Deliberately lopsided on
-// the axes and 180 for the zero vector: directions are compared with one another, so the corners
+// The direction of (x, y), given the angle 0..60 between it and the x axis. Deliberately lopsided
+// on the axes and 180 for the zero vector: directions are compared with one another, so the corners
 // must never move.
 int32_t DirectionInQuadrant(int32_t x, int32_t y, int32_t angle) {
     int32_t direction = 0;

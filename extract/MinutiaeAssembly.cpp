@@ -12,10 +12,10 @@ namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kHighestHalf = 31;      // mean ridge period code of which the double has room
+constexpr int32_t kHighestHalf = 31;  // mean ridge period code of which the double has room
 constexpr int32_t kDensityLimit = 62;
 constexpr int32_t kDisorderLimit = 63;
-constexpr int32_t kDisorderReach = 3;     // 7 x 7 blocks
+constexpr int32_t kDisorderReach = 3;  // 7 x 7 blocks
 constexpr int32_t kQuarterTurn = 60;
 
 // Twice the mean of the ridge-period codes around a block.
@@ -66,8 +66,7 @@ uint32_t AttributesAt(const Skeleton& skeleton, int32_t x, int32_t y) {
 
 }  // namespace
 
-void qorfp::AssembleMinutiae(const Skeleton& skeleton, const CandidateList& list,
-                             MinutiaSet* set) {
+void qorfp::AssembleMinutiae(const Skeleton& skeleton, const CandidateList& list, MinutiaSet* set) {
     memset(set, 0, sizeof(*set));
     for (int32_t i = 0; i < list.count && set->count < kMaxMinutiae; ++i) {
         const Candidate& candidate = list.items[i];

@@ -12,10 +12,10 @@ using namespace qorfp;
 constexpr int32_t kCrowdDistSquared = 400;  // 20 pixels
 constexpr int32_t kMostNeighbours = 4;
 
-constexpr int32_t kCloseDistSquared = 36;            // candidates at all this close are compared
-constexpr int32_t kSamePlaceDistSquared = 8;         // bifurcations at most this far are one
-constexpr int32_t kOpposedDistSquared = 20;          // opposed candidates closer than this
-constexpr int32_t kOpposedDeviation = 19;            // steps off exactly opposed directions
+constexpr int32_t kCloseDistSquared = 36;     // candidates at all this close are compared
+constexpr int32_t kSamePlaceDistSquared = 8;  // bifurcations at most this far are one
+constexpr int32_t kOpposedDistSquared = 20;   // opposed candidates closer than this
+constexpr int32_t kOpposedDeviation = 19;     // steps off exactly opposed directions
 
 int32_t DistSquared(const Candidate& a, const Candidate& b) {
     return Square(a.x - b.x) + Square(a.y - b.y);

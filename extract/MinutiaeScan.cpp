@@ -10,8 +10,8 @@ namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kShortestBranch = 4;     // steps; a shorter one gives no direction
-constexpr int32_t kSpurRidgeLength = 10;   // steps of the ridge that is left when spurs are erased
+constexpr int32_t kShortestBranch = 4;    // steps; a shorter one gives no direction
+constexpr int32_t kSpurRidgeLength = 10;  // steps of the ridge that is left when spurs are erased
 
 // All nine blocks around a block are foreground.
 bool IsReliable(const Skeleton& skeleton, int32_t bx, int32_t by) {
@@ -60,8 +60,8 @@ int32_t FindSpurRidge(const RidgeTrace traces[kBranches]) {
 // The candidate at a pixel with three branches; direction kDeleted for none. The two short branches
 // of a spur stay marked: they are erased from the skeleton.
 Candidate BifurcationAt(const Skeleton& skeleton, Position seed) {
-    Candidate candidate = {static_cast<int16_t>(seed.x), static_cast<int16_t>(seed.y),
-                           kBifurcation, kDeleted};
+    Candidate candidate = {static_cast<int16_t>(seed.x), static_cast<int16_t>(seed.y), kBifurcation,
+                           kDeleted};
     Position firstPixels[kBranches];
     RidgeTrace traces[kBranches];
     if (!TraceBranches(skeleton, seed, kScanSteps, firstPixels, traces)) {
@@ -81,7 +81,8 @@ Candidate BifurcationAt(const Skeleton& skeleton, Position seed) {
         candidate.type = kEnding;
         candidate.direction = RidgeDirection(seed, traces[spurRidge]);
     } else if (hasAllDirections) {
-        candidate.direction = RidgeDirection(seed, traces[0]);  // provisional: refinement replaces it
+        candidate.direction =
+            RidgeDirection(seed, traces[0]);  // provisional: refinement replaces it
     }
     return candidate;
 }

@@ -20,7 +20,7 @@ constexpr int32_t kProfileSamples = 2 * kPointsPerRay + 1;
 
 constexpr int32_t kShortestPeriod = 5;  // pixels
 constexpr int32_t kLongestPeriod = 13;
-constexpr int32_t kPeriodBase = 4;      // a block's value is its period less this
+constexpr int32_t kPeriodBase = 4;  // a block's value is its period less this
 constexpr uint8_t kUnknownPeriod = kLongestPeriod - kPeriodBase;
 
 constexpr int32_t kReach = 3;  // smoothing over 7 x 7 blocks
@@ -204,8 +204,8 @@ void GetRidgeDensity(uint8_t* buffer, int32_t width, int32_t height) {
         return;
     }
     RidgeDensityScratch* scratch = WorkAt<RidgeDensityScratch>(buffer + layout.scratch);
-    const Maps maps = {buffer + layout.directionMap, buffer + layout.periodMap,
-                       layout.blockColumns, layout.blockRows};
+    const Maps maps = {buffer + layout.directionMap, buffer + layout.periodMap, layout.blockColumns,
+                       layout.blockRows};
     for (int32_t entry = 0; entry < kRayClasses * kPointsPerRay; ++entry) {
         scratch->offsets[entry] = DecodeOffset(gnRP[entry], width);
     }

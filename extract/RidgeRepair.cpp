@@ -12,9 +12,9 @@ namespace {
 using namespace qorfp;
 
 constexpr uint8_t kPainted = 1;
-constexpr int32_t kWidestGap = 15;            // pixels
-constexpr int32_t kGapSquaredLimit = 226;     // (kWidestGap)^2 + 1
-constexpr int32_t kOppositeDirections = 97;   // must differ by more, 1.5 degrees a step
+constexpr int32_t kWidestGap = 15;           // pixels
+constexpr int32_t kGapSquaredLimit = 226;    // (kWidestGap)^2 + 1
+constexpr int32_t kOppositeDirections = 97;  // must differ by more, 1.5 degrees a step
 
 // The straight segment between two pixels, without its ends: one pixel a step along the longer
 // axis, the other coordinate carried by an error term in hundredths of a pixel.

@@ -24,10 +24,10 @@ struct Position {
 
 /// What a walk along a ridge found.
 struct RidgeTrace {
-    int32_t steps;                 ///< pixels passed
-    Position end;                  ///< where the walk stands after its last move
-    bool hitRidge;                 ///< it stopped at a pixel with more than one way on
-    Position passed[kRefineSteps]; ///< the pixels it has marked, `steps` of them
+    int32_t steps;                  ///< pixels passed
+    Position end;                   ///< where the walk stands after its last move
+    bool hitRidge;                  ///< it stopped at a pixel with more than one way on
+    Position passed[kRefineSteps];  ///< the pixels it has marked, `steps` of them
 };
 
 /// The eight neighbours of a pixel inside the frame, a bit set for each that is background:
@@ -46,8 +46,8 @@ void Unmark(const Skeleton& skeleton, Position at);
 /// Takes the marks of a trace back.
 void Unmark(const Skeleton& skeleton, const RidgeTrace& trace);
 
-/// Follows the ridge from `start`, marking each pixel passed, for at most `maxSteps` steps: until it
-/// ends, branches or reaches the frame.
+/// Follows the ridge from `start`, marking each pixel passed, for at most `maxSteps` steps: until
+/// it ends, branches or reaches the frame.
 void TraceRidge(const Skeleton& skeleton, Position start, int32_t maxSteps, RidgeTrace* trace);
 
 /// The first pixels of the branches that leave a seed, at most three, in the order of a walk round

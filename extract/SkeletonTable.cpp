@@ -10,12 +10,12 @@ namespace {
 constexpr int kCodes = 256;
 
 // Neighbourhoods in which thinning deletes the pixel.
-constexpr uint8_t kDeletedFirst[] = {
-    4, 5, 20, 21, 64, 65, 66, 67, 69, 71, 74, 75, 79, 85, 87, 106, 107, 148, 149, 150, 151,
-    168, 169, 170, 171, 180, 181, 182, 184, 185, 186, 188, 213, 234};
-constexpr uint8_t kDeletedSecond[] = {
-    8, 10, 40, 42, 69, 71, 74, 75, 79, 85, 87, 90, 91, 101, 103, 106, 107, 117, 122, 128, 144,
-    148, 149, 160, 168, 170, 176, 180, 181, 184, 186, 188, 213, 234};
+constexpr uint8_t kDeletedFirst[] = {4,   5,   20,  21,  64,  65,  66,  67,  69,  71,  74,  75,
+                                     79,  85,  87,  106, 107, 148, 149, 150, 151, 168, 169, 170,
+                                     171, 180, 181, 182, 184, 185, 186, 188, 213, 234};
+constexpr uint8_t kDeletedSecond[] = {8,   10,  40,  42,  69,  71,  74,  75,  79,  85,  87,  90,
+                                      91,  101, 103, 106, 107, 117, 122, 128, 144, 148, 149, 160,
+                                      168, 170, 176, 180, 181, 184, 186, 188, 213, 234};
 static_assert(sizeof(kDeletedFirst) == 34 && sizeof(kDeletedSecond) == 34, "as many as given");
 
 struct ThinningTable {

@@ -71,7 +71,7 @@ enum QORFP_Result {
     QORFP_NOT_INITIALISED = 3,
     /** A null pointer for a text output. */
     QORFP_NULL_OUTPUT = 4,
-    /** Invalid argument: null pointer, image size, too few templates, security level, empty list. */
+    /** Invalid argument: null pointer, image size, security level, too few templates, no list. */
     QORFP_BAD_ARGUMENT = 5,
     /** The image does not show a finger. */
     QORFP_NO_FINGER = 6,
@@ -180,9 +180,9 @@ QORFP_EXPORT uint32_t QORFP_Verify(const uint8_t* t1, const uint8_t* t2, int32_t
  * @param[out] score score of the entry that was matched last, which need not be the one at `*index`
  *             (call QORFP_Verify() for that one's score); written only on success; may be null
  * @return #QORFP_OK when an entry reached the level's threshold; #QORFP_FAILED when none did;
- *         #QORFP_NO_MEMORY; #QORFP_BAD_ARGUMENT for a null `probe`, `list` or entry, a level outside
- *         1 to 5 or an empty list; #QORFP_BAD_TEMPLATE when the probe or an entry is not "301" or has
- *         a minutia count above 60 (a line on standard output names it)
+ *         #QORFP_NO_MEMORY; #QORFP_BAD_ARGUMENT for a null `probe`, `list` or entry, a level
+ *         outside 1 to 5 or an empty list; #QORFP_BAD_TEMPLATE when the probe or an entry is not
+ *         "301" or has a minutia count above 60 (a line on standard output names it)
  */
 QORFP_EXPORT uint32_t QORFP_Identify(const uint8_t* probe, const uint8_t* const* list,
                                      uint32_t count, uint32_t level, uint32_t* index,
@@ -221,11 +221,11 @@ QORFP_EXPORT uint32_t QORFP_CheckFeature(uint8_t* templateInOut, int32_t* conver
  * and store the enrolled template when the result is #QORFP_OK. Needs no QORFP_Initial().
  *
  * @param[in] sample a fresh "301" template of the same finger
- * @param[in,out] enrolled the enrolled template, #QORFP_TEMPLATE_BYTES bytes; its quality stays, its
- *                checksum is not rewritten
- * @return #QORFP_OK when `enrolled` was updated; #QORFP_FAILED when it was not (no certain match, or
- *         nothing to learn); #QORFP_BAD_ARGUMENT for a null pointer; #QORFP_BAD_TEMPLATE when the
- *         sample is not "301" or has a minutia count above 60
+ * @param[in,out] enrolled the enrolled template, #QORFP_TEMPLATE_BYTES bytes; its quality stays,
+ *                its checksum is not rewritten
+ * @return #QORFP_OK when `enrolled` was updated; #QORFP_FAILED when it was not (no certain match,
+ *         or nothing to learn); #QORFP_BAD_ARGUMENT for a null pointer; #QORFP_BAD_TEMPLATE when
+ *         the sample is not "301" or has a minutia count above 60
  */
 QORFP_EXPORT uint32_t QORFP_Improve(const uint8_t* sample, uint8_t* enrolled);
 

@@ -14,19 +14,19 @@ namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kLengthTolerance = 12;     // pixels
-constexpr int32_t kAngleTolerance = 11;      // angle steps, not reached
-constexpr int32_t kAngleGain = 30;           // of the likeness, for each angle step
-constexpr int32_t kLengthGain = 44;          // for each pixel of length
+constexpr int32_t kLengthTolerance = 12;  // pixels
+constexpr int32_t kAngleTolerance = 11;   // angle steps, not reached
+constexpr int32_t kAngleGain = 30;        // of the likeness, for each angle step
+constexpr int32_t kLengthGain = 44;       // for each pixel of length
 constexpr int32_t kLikenessFloor = 165;
-constexpr int32_t kBothTypesDiffer = 853;    // / 1024
-constexpr int32_t kBothTypesAgree = 1229;    // / 1024
-constexpr int32_t kDisorderTolerance = 16;   // not reached
-constexpr int32_t kDensityTolerance = 32;    // not reached
-constexpr int32_t kDensitySumTolerance = 40; // not reached
+constexpr int32_t kBothTypesDiffer = 853;     // / 1024
+constexpr int32_t kBothTypesAgree = 1229;     // / 1024
+constexpr int32_t kDisorderTolerance = 16;    // not reached
+constexpr int32_t kDensityTolerance = 32;     // not reached
+constexpr int32_t kDensitySumTolerance = 40;  // not reached
 
-constexpr int32_t kTurnedTolerance = 12;     // angle steps between turned bars, not reached
-constexpr int32_t kShiftTolerance = 16;      // pixels between the shifts of a bar's two ends
+constexpr int32_t kTurnedTolerance = 12;  // angle steps between turned bars, not reached
+constexpr int32_t kShiftTolerance = 16;   // pixels between the shifts of a bar's two ends
 constexpr int32_t kLongestShift = 255;
 
 constexpr int32_t kRotationReach = 4;
@@ -41,18 +41,16 @@ int32_t LikenessOf(const MatchContext& context, const Bar& a, const Bar& b) {
     if (d1 >= kAngleTolerance || d2 >= kAngleTolerance) {
         return 0;
     }
-    const int32_t likeness =
-        kAngleGain * (20 - d1 - d2) +
-        kLengthGain * (kLengthTolerance - Absolute(a.length - b.length)) - kLikenessFloor;
+    const int32_t likeness = kAngleGain * (20 - d1 - d2) +
+                             kLengthGain * (kLengthTolerance - Absolute(a.length - b.length)) -
+                             kLikenessFloor;
     if (likeness <= kLikenessFloor) {
         return 0;
     }
     const MinutiaSet& reference = context.reference;
     const MinutiaSet& probe = context.probe;
-    const bool firstAgrees =
-        reference.minutiae[a.first].type == probe.minutiae[b.first].type;
-    const bool secondAgrees =
-        reference.minutiae[a.second].type == probe.minutiae[b.second].type;
+    const bool firstAgrees = reference.minutiae[a.first].type == probe.minutiae[b.first].type;
+    const bool secondAgrees = reference.minutiae[a.second].type == probe.minutiae[b.second].type;
     if (firstAgrees != secondAgrees) {
         return likeness;
     }
@@ -181,10 +179,10 @@ bool HasCommonShift(const MatchContext& context, const BarPair& pair, Shift* shi
     if (AngleDistance240(a.direction, b.direction) >= kTurnedTolerance) {
         return false;
     }
-    const Shift first = ShiftBetween(context.reference.minutiae[a.first],
-                                     context.probe.minutiae[b.first]);
-    const Shift second = ShiftBetween(context.reference.minutiae[a.second],
-                                      context.probe.minutiae[b.second]);
+    const Shift first =
+        ShiftBetween(context.reference.minutiae[a.first], context.probe.minutiae[b.first]);
+    const Shift second =
+        ShiftBetween(context.reference.minutiae[a.second], context.probe.minutiae[b.second]);
     if (Absolute(first.x - second.x) > kShiftTolerance ||
         Absolute(first.y - second.y) > kShiftTolerance || !IsShort(first) || !IsShort(second)) {
         return false;
@@ -233,8 +231,8 @@ void GetRotationAngle(MatchContext* context, int32_t* angle) {
     for (int32_t i = 0; i < kTurn; ++i) {
         int32_t sum = 0;
         for (int32_t k = -kRotationReach; k <= kRotationReach; ++k) {
-            sum = WrapAdd32(sum, WrapMul32(kWeights[k + kRotationReach],
-                                           unsmoothed[WrapAngle240(i + k)]));
+            sum = WrapAdd32(
+                sum, WrapMul32(kWeights[k + kRotationReach], unsmoothed[WrapAngle240(i + k)]));
         }
         context->angleHistogram[i] = sum;
         if (sum > best) {

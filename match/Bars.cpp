@@ -156,8 +156,8 @@ int32_t GenerateBars(MatchContext* context, const MinutiaSet& set, Bar* bars) {
     return count;
 }
 
-// Counting sort by length, equal lengths in reverse order of generation; each bar is followed by its
-// reverse.
+// Counting sort by length, equal lengths in reverse order of generation; each bar is followed by
+// its reverse.
 void OrderByLength(MatchContext* context, int32_t count, Bar* bars) {
     int32_t* histogram = context->lengthHistogram;
     memset(histogram, 0, sizeof(context->lengthHistogram));

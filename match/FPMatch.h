@@ -15,7 +15,7 @@
 
 extern "C" {
 
-// --- Descriptors -----------------------------------------------------------------------------------
+// --- Descriptors ---------------------------------------------------------------------------------
 
 /// Makes the bars (pairs of neighbouring minutiae) of `set`. Overwrites the context's scratch.
 /// @param bars out: mode 0, at most 200, one a pair in order of generation; mode 1, at most 400,
@@ -28,7 +28,7 @@ int32_t MakeBar(MatchContext* context, const MinutiaSet* set, Bar* bars, int32_t
 /// @return 1; 0 when the set is empty or yields no bars
 int32_t MakeFirstInfo(MatchContext* context);
 
-// --- Alignment and score ----------------------------------------------------------------------------
+// --- Alignment and score -------------------------------------------------------------------------
 
 /// Matches two templates; the reference stays prepared in `work` for MatchNext.
 /// @return the score, 0 when either does not decode or the reference yields no bars
@@ -59,7 +59,7 @@ int32_t EstimateMoveVector(int32_t* histogram, int32_t lowBin, int32_t highBin);
 /// @param wantPairs not 0: write the matched index pairs, at most 120, into `result`
 int32_t GetSimScore(MatchContext* context, MatchResult* result, int32_t wantPairs);
 
-// --- Fusion and improvement ------------------------------------------------------------------------
+// --- Fusion and improvement ----------------------------------------------------------------------
 
 /// Reconciles the match lists of two templates A and B. Pairs found in both directions stay, and
 /// pairs found in one whose minutiae are free in the other; where the directions disagree about a
@@ -88,10 +88,9 @@ int32_t GeneralizeTemplate(uint8_t* work, uint8_t* templates);
 /// 0..369 of the enrolled one in place.
 /// @param updated out: 1 when `enrolled` was rewritten, else 0
 /// @return the score
-int32_t MatchWithImprove(uint8_t* work, const uint8_t* sample, uint8_t* enrolled,
-                         int32_t* updated);
+int32_t MatchWithImprove(uint8_t* work, const uint8_t* sample, uint8_t* enrolled, int32_t* updated);
 
-// --- Sorting: exported ---------------------------------------------------------------------------------
+// --- Sorting: exported ---------------------------------------------------------------------------
 
 /// Sorts `keys` ascending, in place, without recursion. Not stable.
 /// @param scratch 40 integers
@@ -101,7 +100,7 @@ QORFP_EXPORT int32_t quickSort(int32_t* keys, int32_t n, int32_t* scratch);
 /// quickSort that moves `values` with the keys.
 QORFP_EXPORT int32_t quickSortEx(int32_t* keys, int32_t* values, int32_t n, int32_t* scratch);
 
-// --- Index keys -------------------------------------------------------------------------------------------
+// --- Index keys ----------------------------------------------------------------------------------
 
 /// Makes the rotation-invariant local keys of a template.
 /// @param out 140 bytes for at most 19 packed keys, or null: at most 30 keys stay in the
@@ -113,11 +112,11 @@ int32_t CreateIndex(uint8_t* work, const uint8_t* bytes, uint8_t* out);
 /// @return 0
 int32_t CreateTri(uint8_t* work);
 
-// --- Index scores -------------------------------------------------------------------------------------
+// --- Index scores --------------------------------------------------------------------------------
 
 // How much of the probe's keys reappears in each of n candidates at one consistent rotation; 0 and
-// up, not normalised. The probe's keys and planes must lie in `work` (ISetIndex). With n < 1 nothing
-// is written. All return 0.
+// up, not normalised. The probe's keys and planes must lie in `work` (ISetIndex). With n < 1
+// nothing is written. All return 0.
 
 /// Candidates: index areas of 140 bytes, back to back.
 int32_t GetIndexScore(uint8_t* work, const uint8_t* areas, int32_t n, int32_t* scores);
@@ -126,8 +125,7 @@ int32_t GetIndexScore(uint8_t* work, const uint8_t* areas, int32_t n, int32_t* s
 int32_t GetIndexScoreA(uint8_t* work, const uint8_t* templates, int32_t n, int32_t* scores);
 
 /// Candidates: pointers to templates.
-int32_t GetIndexScoreB(uint8_t* work, const uint8_t* const* templates, int32_t n,
-                       int32_t* scores);
+int32_t GetIndexScoreB(uint8_t* work, const uint8_t* const* templates, int32_t n, int32_t* scores);
 
 /// Circular difference of two values on 30 levels, at [difference + 30].
 extern const uint8_t gbFA[60];

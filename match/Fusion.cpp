@@ -17,7 +17,7 @@ using namespace qorfp;
 
 constexpr int32_t kCannotFuse = 1;
 constexpr int32_t kNobody = -1;
-constexpr int32_t kFewMinutiae = 9;         // a result of no more is filled up
+constexpr int32_t kFewMinutiae = 9;  // a result of no more is filled up
 constexpr int32_t kFilledUp = 12;
 
 // A minutia of the first template is too near to one in the result when it lies this close, or
@@ -121,8 +121,7 @@ int32_t FindPartner(const MatchResult& pairs, int32_t number) {
     return kNobody;
 }
 
-const Minutia* MinutiaOf(const FusionWork& work, const Roles& roles, int32_t role,
-                         int32_t number) {
+const Minutia* MinutiaOf(const FusionWork& work, const Roles& roles, int32_t role, int32_t number) {
     return &work.inputs[roles.input[role]].minutiae[number];
 }
 

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Tools of fusion: reconciling the two match lists of a pair of templates, and the convex outline of
-// a set of positions.
+// Tools of fusion: reconciling the two match lists of a pair of templates, and the convex outline
+// of a set of positions.
 
 #include <string.h>
 
@@ -168,8 +168,8 @@ int32_t NearestOnRay(const HullContext& hull, Point p, int32_t candidate) {
     return nearest;
 }
 
-// The corner that follows p, or kNobody. Each outer point lies further round than the one before, so
-// the search passes each point once at most.
+// The corner that follows p, or kNobody. Each outer point lies further round than the one before,
+// so the search passes each point once at most.
 int32_t NextCorner(const HullContext& hull, Point p) {
     int32_t candidate = FirstCandidate(hull, p);
     if (candidate == kNobody) {

@@ -14,8 +14,8 @@ namespace qorfp {
 
 constexpr int32_t kMaxHullPoints = 62;
 constexpr int32_t kFusedTemplates = 3;
-constexpr int32_t kOrderedPairs = 6;                      ///< of three templates
-constexpr int32_t kMaxConflicts = 2 * kMaxMatchPairs;     ///< two a pair that is walked
+constexpr int32_t kOrderedPairs = 6;                   ///< of three templates
+constexpr int32_t kMaxConflicts = 2 * kMaxMatchPairs;  ///< two a pair that is walked
 
 }  // namespace qorfp
 
@@ -30,7 +30,7 @@ struct ConflictList {
 struct ArrangeScratch {
     int16_t partnerOfB[qorfp::kMaxMinutiae];  ///< by the reverse list; -1: none
     int16_t partnerOfA[qorfp::kMaxMinutiae];
-    uint8_t isFlagged[qorfp::kMaxMinutiae];   ///< A minutiae whose pairs are dropped
+    uint8_t isFlagged[qorfp::kMaxMinutiae];  ///< A minutiae whose pairs are dropped
 };
 
 /// Points and, after GetConvexHull, the corners of their outline in order.

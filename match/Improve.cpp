@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Improvement: an enrolled template updated from a fresh one that matches it without doubt. What
-// both show moves towards the new observation and gains confidence, what the new capture should have
-// shown and did not loses it, and what it shows outside the enrolled area is added.
+// both show moves towards the new observation and gains confidence, what the new capture should
+// have shown and did not loses it, and what it shows outside the enrolled area is added.
 
 #include <string.h>
 
@@ -22,16 +22,16 @@ constexpr int32_t kHighestConfidence = 15;
 constexpr int32_t kConfidenceGain = 3;
 constexpr int32_t kInnerLoss = 2;
 constexpr int32_t kOuterLoss = 1;
-constexpr int32_t kLowestKept = 2;          // confidence
+constexpr int32_t kLowestKept = 2;  // confidence
 constexpr uint8_t kAddedConfidence = 4;
 constexpr int32_t kAddedNearSquared = 122;  // not reached
 constexpr int32_t kStraightMargin = 5;      // pixels around the enrolled area
 constexpr int32_t kDiagonalMargin = 3;
-constexpr int32_t kFewMinutiae = 9;         // a result of no more is filled up
+constexpr int32_t kFewMinutiae = 9;  // a result of no more is filled up
 constexpr int32_t kFilledUp = 12;
 
-// Undoes the alignment: brings the sample, the alignment's reference, into the frame of the enrolled
-// set, its probe.
+// Undoes the alignment: brings the sample, the alignment's reference, into the frame of the
+// enrolled set, its probe.
 void MoveIntoEnrolledFrame(const MatchContext& context, const MatchResult& result,
                            MinutiaSet* sample) {
     const int32_t sine = gnSin[result.angle];

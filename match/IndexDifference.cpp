@@ -17,9 +17,9 @@ static_assert(CircularLevels(-29) == 1 && CircularLevels(15) == 15 && CircularLe
 
 }  // namespace
 
-#define QORFP_CIRCULAR(i) CircularLevels((i) - 30)
+#define QORFP_CIRCULAR(i) CircularLevels((i)-30)
 const uint8_t gbFA[60] = {QORFP_REPEAT_32(QORFP_CIRCULAR, 0), QORFP_REPEAT_16(QORFP_CIRCULAR, 32),
                           QORFP_REPEAT_8(QORFP_CIRCULAR, 48), QORFP_REPEAT_4(QORFP_CIRCULAR, 56)};
 
-#define QORFP_ABSOLUTE(i) qorfp::Absolute((i) - 16)
+#define QORFP_ABSOLUTE(i) qorfp::Absolute((i)-16)
 const uint8_t gbFD[32] = {QORFP_REPEAT_32(QORFP_ABSOLUTE, 0)};

@@ -16,17 +16,17 @@ namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kNearestNeighbour = 20;    // pixels
+constexpr int32_t kNearestNeighbour = 20;  // pixels
 constexpr int32_t kFarthestNeighbour = 140;
 constexpr int32_t kNearestSquared = kNearestNeighbour * kNearestNeighbour;
 constexpr int32_t kFarthestSquared = kFarthestNeighbour * kFarthestNeighbour;
-constexpr int32_t kQuadrants = 4;            // around the minutia's direction
+constexpr int32_t kQuadrants = 4;  // around the minutia's direction
 constexpr int32_t kNobody = -1;
-constexpr int32_t kStep = 8;                 // levels of the key values are 8 units wide
+constexpr int32_t kStep = 8;  // levels of the key values are 8 units wide
 constexpr int32_t kHighestPosition = 119;
-constexpr int32_t kThinningLimit = 20;       // keys from which on they are thinned
-constexpr int32_t kSlotAgreement = 2;        // levels
-constexpr int32_t kUnlike = 36;              // dissimilarity of keys that do not agree
+constexpr int32_t kThinningLimit = 20;  // keys from which on they are thinned
+constexpr int32_t kSlotAgreement = 2;   // levels
+constexpr int32_t kUnlike = 36;         // dissimilarity of keys that do not agree
 
 void FindNeighbours(IndexWorkspace* work) {
     const MinutiaSet& set = work->set;

@@ -14,10 +14,10 @@ namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kTurnTolerance = 2;       // of a values, circular
-constexpr int32_t kPositionTolerance = 2;   // of b values
-constexpr int32_t kDistanceTolerance = 1;   // of c values
-constexpr int32_t kClusterWidth = 7;        // rotations nearer than this belong together
+constexpr int32_t kTurnTolerance = 2;      // of a values, circular
+constexpr int32_t kPositionTolerance = 2;  // of b values
+constexpr int32_t kDistanceTolerance = 1;  // of c values
+constexpr int32_t kClusterWidth = 7;       // rotations nearer than this belong together
 constexpr int8_t kNobody = -1;
 
 // What a neighbour in the next lower slot has more in its b value: the slots are 60 angle steps, or
@@ -62,17 +62,17 @@ SlotDifference Compare(const StoredKey& stored, int32_t storedSlot, const WorkKe
     const int32_t turned = Min(turn, kTurnLevels - turn);
     const int32_t placed = Absolute(stored.b[storedSlot] - (probe.b[probeSlot] + shift));
     const int32_t distance = Absolute(stored.c[storedSlot] - probe.c[probeSlot]);
-    return {turned <= kTurnTolerance && placed <= kPositionTolerance &&
-                distance <= kDistanceTolerance,
-            distance, turned + placed};
+    return {
+        turned <= kTurnTolerance && placed <= kPositionTolerance && distance <= kDistanceTolerance,
+        distance, turned + placed};
 }
 
 // One of the nine ways in which two slots of a stored key can be two slots of a probe key. A plane
 // is searched in the bucket of the stored key's values; the slots that it relates are compared.
 struct Pairing {
-    int32_t plane;            // of the probe; its slot pair is compared
+    int32_t plane;  // of the probe; its slot pair is compared
     int32_t storedSlots[2];
-    int32_t shifts[2];        // added to the probe's b values
+    int32_t shifts[2];  // added to the probe's b values
 };
 
 // In this order; the first three relate like slots, the others make up for a quadrant that is
@@ -135,13 +135,11 @@ void ScoreStoredKey(IndexWorkspace* work, const StoredKey& key, int32_t number) 
          ++pairing) {
         const Pairing& how = kPairings[pairing];
         const Plane& plane = work->planes[how.plane];
-        const int32_t bucket =
-            key.a[how.storedSlots[0]] * kTurnLevels + key.a[how.storedSlots[1]];
+        const int32_t bucket = key.a[how.storedSlots[0]] * kTurnLevels + key.a[how.storedSlots[1]];
         const uint8_t* entries = plane.entries + plane.start[bucket];
         for (int32_t k = 0; k < plane.size[bucket]; ++k) {
             const int32_t probe = entries[k];
-            RememberBest(&work->score, number, probe,
-                         PairScore(key, work->keys[probe], pairing));
+            RememberBest(&work->score, number, probe, PairScore(key, work->keys[probe], pairing));
         }
     }
 }
@@ -235,9 +233,8 @@ int32_t ScoreAll(uint8_t* work, int32_t n, int32_t* scores, AreaOf areaOf) {
 }  // namespace
 
 int32_t GetIndexScore(uint8_t* work, const uint8_t* areas, int32_t n, int32_t* scores) {
-    return ScoreAll(work, n, scores, [=](int32_t i) {
-        return areas + static_cast<ptrdiff_t>(i) * kIndexBytes;
-    });
+    return ScoreAll(work, n, scores,
+                    [=](int32_t i) { return areas + static_cast<ptrdiff_t>(i) * kIndexBytes; });
 }
 
 int32_t GetIndexScoreA(uint8_t* work, const uint8_t* templates, int32_t n, int32_t* scores) {
@@ -246,7 +243,6 @@ int32_t GetIndexScoreA(uint8_t* work, const uint8_t* templates, int32_t n, int32
     });
 }
 
-int32_t GetIndexScoreB(uint8_t* work, const uint8_t* const* templates, int32_t n,
-                       int32_t* scores) {
+int32_t GetIndexScoreB(uint8_t* work, const uint8_t* const* templates, int32_t n, int32_t* scores) {
     return ScoreAll(work, n, scores, [=](int32_t i) { return templates[i] + kIndexOffset; });
 }

@@ -15,7 +15,7 @@ namespace qorfp {
 constexpr int32_t kMaxWorkKeys = 30;    ///< keys of a probe
 constexpr int32_t kMaxStoredKeys = 19;  ///< keys in a template's index area
 constexpr int32_t kPackedKeyBytes = 7;
-constexpr int32_t kKeySlots = 3;        ///< neighbours that a key describes
+constexpr int32_t kKeySlots = 3;  ///< neighbours that a key describes
 
 /// Integers that quickSort needs: a stack of 20 range starts and one of 20 range ends.
 constexpr int32_t kSortLevels = 20;
@@ -32,9 +32,9 @@ struct WorkKey {
 
 static_assert(sizeof(WorkKey) == 11, "the same record on every machine");
 
-constexpr int32_t kTurnLevels = 30;     ///< values of WorkKey::a, circular
+constexpr int32_t kTurnLevels = 30;  ///< values of WorkKey::a, circular
 constexpr int32_t kBuckets = kTurnLevels * kTurnLevels;
-constexpr int32_t kTurnReach = 2;       ///< levels by which two a values may differ
+constexpr int32_t kTurnReach = 2;  ///< levels by which two a values may differ
 constexpr int32_t kBucketsPerKey = (2 * kTurnReach + 1) * (2 * kTurnReach + 1);
 constexpr int32_t kPlaneEntries = kMaxWorkKeys * kBucketsPerKey;
 constexpr int32_t kPlanes = 3;
@@ -57,7 +57,7 @@ struct IndexScoreScratch {
     int8_t probePartner[kMaxWorkKeys];     ///< stored key of the best pair, -1: none
     int8_t storedPartner[kMaxStoredKeys];  ///< probe key of the best pair, -1: none
     uint8_t storedDirection[kMaxStoredKeys];
-    int32_t clusterCentre[kMaxWorkKeys];   ///< rotations, 0..239
+    int32_t clusterCentre[kMaxWorkKeys];  ///< rotations, 0..239
     int32_t clusterSum[kMaxWorkKeys];
 };
 

@@ -27,8 +27,8 @@ bool AreMinutiaeOf(const MinutiaSet& set, const Bar& bar) {
     return bar.first >= 0 && bar.first < set.count && bar.second >= 0 && bar.second < set.count;
 }
 
-// True when every index of the reference side points inside the record, at real positions. Match and MakeFirstInfo
-// leave it so; a buffer that something else has used since need not be.
+// True when every index of the reference side points inside the record, at real positions. Match
+// and MakeFirstInfo leave it so; a buffer that something else has used since need not be.
 bool IsReferenceSound(const MatchContext& context) {
     const int32_t bars = context.referenceBarCount;
     if (context.reference.count < 0 || context.reference.count > kMaxMinutiae || bars < 0 ||

@@ -14,16 +14,16 @@
 
 namespace qorfp {
 
-constexpr int32_t kMaxBarPairs = 200;                     ///< pairs of neighbouring minutiae a set
-constexpr int32_t kMaxReferenceBars = 2 * kMaxBarPairs;   ///< a bar and its reverse each
+constexpr int32_t kMaxBarPairs = 200;                    ///< pairs of neighbouring minutiae a set
+constexpr int32_t kMaxReferenceBars = 2 * kMaxBarPairs;  ///< a bar and its reverse each
 constexpr int32_t kMaxProbeBars = 200;
-constexpr int32_t kSectors = 12;                          ///< of 20 angle steps, 30 degrees
+constexpr int32_t kSectors = 12;  ///< of 20 angle steps, 30 degrees
 constexpr int32_t kSectorLists = kSectors * kSectors;
-constexpr int32_t kSectorEntries = 8 * kMaxBarPairs;      ///< a pair enters at most eight lists
-constexpr int32_t kMinBarLength = 15;                     ///< pixels
+constexpr int32_t kSectorEntries = 8 * kMaxBarPairs;  ///< a pair enters at most eight lists
+constexpr int32_t kMinBarLength = 15;                 ///< pixels
 constexpr int32_t kMaxBarLength = 200;
 constexpr int32_t kLengthBins = 202;
-constexpr int32_t kShiftBins = 512;                       ///< bin 256 is a shift of 0
+constexpr int32_t kShiftBins = 512;  ///< bin 256 is a shift of 0
 constexpr int32_t kShiftZeroBin = 256;
 constexpr int32_t kMaxMatchPairs = 120;
 constexpr int16_t kNoPartner = -1;
@@ -50,9 +50,9 @@ struct BarPair {
 
 /// The outcome of an alignment; also the pair record of fusion.
 struct MatchResult {
-    int32_t pairCount;                                 ///< 0..120
-    int16_t referenceIndices[qorfp::kMaxMatchPairs];   ///< minutia numbers, entry k of both
-    int16_t probeIndices[qorfp::kMaxMatchPairs];       ///< arrays makes matched pair k
+    int32_t pairCount;                                ///< 0..120
+    int16_t referenceIndices[qorfp::kMaxMatchPairs];  ///< minutia numbers, entry k of both
+    int16_t probeIndices[qorfp::kMaxMatchPairs];      ///< arrays makes matched pair k
     int16_t score;
     int16_t xShift;  ///< applied to the probe after the rotation, pixels
     int16_t yShift;

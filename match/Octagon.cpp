@@ -37,8 +37,7 @@ void qorfp::Include(Octagon* octagon, int32_t x, int32_t y) {
 bool qorfp::Contains(const Octagon& octagon, int32_t x, int32_t y) {
     const Coordinates position = CoordinatesOf(x, y);
     for (int32_t axis = 0; axis < Octagon::kAxes; ++axis) {
-        if (position.along[axis] < octagon.low[axis] ||
-            position.along[axis] > octagon.high[axis]) {
+        if (position.along[axis] < octagon.low[axis] || position.along[axis] > octagon.high[axis]) {
             return false;
         }
     }

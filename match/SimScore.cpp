@@ -13,8 +13,8 @@ namespace {
 using namespace qorfp;
 
 constexpr int32_t kMostKept = 160;
-constexpr int32_t kNearAxis = 16;           // pixels off in x and in y
-constexpr int32_t kNearDistSquared = 361;   // 19 pixels
+constexpr int32_t kNearAxis = 16;          // pixels off in x and in y
+constexpr int32_t kNearDistSquared = 361;  // 19 pixels
 constexpr int32_t kUsualReferenceBars = 100;
 constexpr int32_t kUsualProbeBars = 50;
 

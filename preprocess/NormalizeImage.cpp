@@ -20,12 +20,12 @@ constexpr int64_t kMostScratchBytes = 102400;
 struct DeviationWindow {
     int32_t width;
     int32_t height;
-    int32_t reach;         // how far the window reaches below and to the right
-    int32_t extent;        // rows and columns of the window
-    int32_t rowCount;      // rows now in the window
-    const uint8_t* source; // unfiltered image
-    uint8_t* means;        // ring of `extent` rows of local means
-    int32_t* columnSums;   // of |mean - pixel| over the rows in the window
+    int32_t reach;          // how far the window reaches below and to the right
+    int32_t extent;         // rows and columns of the window
+    int32_t rowCount;       // rows now in the window
+    const uint8_t* source;  // unfiltered image
+    uint8_t* means;         // ring of `extent` rows of local means
+    int32_t* columnSums;    // of |mean - pixel| over the rows in the window
 
     const uint8_t* SourceRow(int32_t y) const { return source + y * width; }
     uint8_t* MeanRow(int32_t y) const { return means + y % extent * width; }
@@ -112,8 +112,8 @@ void NormalizeImage(int32_t width, int32_t height, uint8_t* image, int32_t meanR
     int32_t* meanSums = WorkAt<int32_t>(image + sumsAt);
     memset(meanSums, 0, 2 * sumsBytes);
 
-    DeviationWindow window = {width,  height,           devRadius,       extent, 0, source,
-                              image + meansAt, meanSums + width};
+    DeviationWindow window = {width, height, devRadius,       extent,
+                              0,     source, image + meansAt, meanSums + width};
     int32_t nextRow = 0;
     int32_t rowsInMean = 0;
     for (int32_t t = 0; t < height + devRadius; ++t) {

@@ -79,7 +79,7 @@ void SmoothImage(int32_t width, int32_t height, uint8_t* image, int32_t radius) 
     int32_t nextRow = 0;
     int32_t rowCount = 0;
     for (int32_t y = 0; y < height; ++y) {
-        SmoothOneLine(width, height, source, y + 1, radius, image + y * width, columnSums,
-                      &nextRow, &rowCount);
+        SmoothOneLine(width, height, source, y + 1, radius, image + y * width, columnSums, &nextRow,
+                      &rowCount);
     }
 }

@@ -53,8 +53,8 @@ bool CompareSearches(const Folders& folders) {
             QORFP_Search(probe.data(), list.data(), count, level, &found.index, &found.score);
         Expect(&comparison, row, found);
         found = {0, 0, 0};
-        found.result = QORFP_Identify(probe.data(), pointers.data(), count, level, &found.index,
-                                      &found.score);
+        found.result =
+            QORFP_Identify(probe.data(), pointers.data(), count, level, &found.index, &found.score);
         Expect(&comparison, row, found);
     }
     return comparison.Finish();

@@ -66,12 +66,17 @@ Bytes Row::Hex(const std::string& column) const {
 std::vector<Row> ReadTable(const std::string& path) {
     std::ifstream file(path);
     std::string line;
-    if (!std::getline(file, line)) {
-        throw std::runtime_error(path + ": cannot be read");
-    }
+    int number = 0;
+    do {  // lines of comment stand before the column names
+        if (!std::getline(file, line)) {
+            throw std::runtime_error(path + ": cannot be read");
+        }
+        ++number;
+    } while (!line.empty() && line[0] == '#');
     const auto names = std::make_shared<const std::vector<std::string>>(SplitAtTabs(line));
     std::vector<Row> rows;
-    for (int number = 2; std::getline(file, line); ++number) {
+    while (std::getline(file, line)) {
+        ++number;
         std::vector<std::string> values = SplitAtTabs(line);
         if (values.size() != names->size()) {
             throw std::runtime_error(path + ": wrong number of columns in line " +

@@ -36,8 +36,8 @@ class Row {
     int line_;
 };
 
-/// The rows of a table. Throws std::runtime_error when the file is missing or a row has the wrong
-/// number of columns.
+/// The rows of a table; lines that start with # before the column names are comment. Throws
+/// std::runtime_error when the file is missing or a row has the wrong number of columns.
 std::vector<Row> ReadTable(const std::string& path);
 
 /// Where tables and images lie.

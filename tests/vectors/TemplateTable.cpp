@@ -14,8 +14,8 @@ bool CompareTemplates(const Folders& folders) {
         const support::PgmImage image = folders.Image(row.Text("image"));
         Bytes bytes(QORFP_TEMPLATE_BYTES, 0xA5);
         int32_t quality = -1;
-        const uint32_t result = QORFP_Extract(image.pixels.data(), image.width, image.height,
-                                              bytes.data(), &quality);
+        const uint32_t result =
+            QORFP_Extract(image.pixels.data(), image.width, image.height, bytes.data(), &quality);
         comparison.Expect("result", row.Number("result"), static_cast<int32_t>(result));
         if (result == QORFP_OK) {
             comparison.Expect("quality", row.Number("quality"), quality);
