@@ -18,8 +18,7 @@ using namespace qorfp;
 constexpr int32_t kAngleMargin = 10;  // angle steps
 constexpr int32_t kListsPerBar = 4;
 
-// The lists of a bar. Where low and high sector are the same, a list appears twice, and the bar
-// enters it twice.
+// The lists of a bar: the margins are a sector apart, so each angle gives two neighbouring sectors.
 struct BarLists {
     int32_t lists[kListsPerBar];
 };
