@@ -7,7 +7,7 @@
 
 namespace {
 
-constexpr int32_t kMargin = 16;    // pixels ignored at the upper and left, more at the other sides
+constexpr int32_t kMargin = 16;    // pixels ignored; the last blocks may reach into it
 constexpr int32_t kBlockSide = 8;  // pixels
 constexpr int32_t kBlockPixels = kBlockSide * kBlockSide;
 constexpr int32_t kCellsPerBlock = 16;  // 2 x 2 pixels each

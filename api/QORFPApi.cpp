@@ -25,9 +25,6 @@ constexpr char kAlgorithmVersion[] = "V1.1.3";
 constexpr char kBuildTime[] = "2020-08-20 15:23:14";
 static_assert(sizeof(kBuildTime) == QORFP_BUILD_TIME_BYTES, "as the header says");
 
-constexpr int32_t kLowestLevel = 1;
-constexpr int32_t kHighestLevel = 5;
-
 constexpr int32_t kMinFingerPercentage = 55;
 
 constexpr int32_t kMinEnrolledTemplates = 2;
@@ -124,7 +121,8 @@ uint32_t Improve(const uint8_t* sample, uint8_t* enrolled) {
     if (sample == nullptr || enrolled == nullptr) {
         return QORFP_BAD_ARGUMENT;
     }
-    // Deliberate: the enrolled template is not tested; a damaged one is simply not improved.
+    // Deliberate: the enrolled template is not tested. One whose minutiae decode is improved
+    // whatever its version text, and becomes "301".
     if (FPM_CheckTemplateValidity(sample) != QORFP_OK) {
         return QORFP_BAD_TEMPLATE;
     }

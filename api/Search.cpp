@@ -16,9 +16,6 @@ namespace {
 
 using namespace qorfp;
 
-constexpr uint32_t kLowestLevel = 1;
-constexpr uint32_t kHighestLevel = 5;
-
 // Lists shorter than this are matched whole; of longer ones, this many and every 20th more.
 constexpr uint32_t kWholeList = 200;
 constexpr uint32_t kShareOfRest = 20;
@@ -77,15 +74,17 @@ struct Outcome {
     uint32_t index;  // of the best candidate
     int32_t bestScore;
     int32_t lastScore;  // of the candidate matched last
+    bool hasOutputs;    // an entry was accepted, and no match failed
 };
 
 Outcome MatchRanked(const uint8_t* probe, const TemplateList& list, const int32_t* order,
                     uint32_t limit, int32_t threshold) {
-    Outcome outcome = {QORFP_FAILED, 0, 0, 0};
+    Outcome outcome = {QORFP_FAILED, 0, 0, 0, false};
     for (uint32_t k = 0; k < limit; ++k) {
         const uint32_t position = static_cast<uint32_t>(order[k]);
         // The probe is decoded and described once, with the first candidate.
         if (FPM_Match(k == 0 ? probe : nullptr, list.At(position), &outcome.lastScore) != 0) {
+            outcome.hasOutputs = false;
             break;
         }
         if (outcome.lastScore < threshold) {
@@ -95,6 +94,7 @@ Outcome MatchRanked(const uint8_t* probe, const TemplateList& list, const int32_
             outcome.bestScore = outcome.lastScore;
             outcome.index = position;
             outcome.result = QORFP_OK;
+            outcome.hasOutputs = true;
         }
         if (outcome.lastScore >= gnMatchThr[kCertainThreshold]) {
             break;
@@ -144,13 +144,14 @@ uint32_t qorfp::SearchList(const uint8_t* probe, const TemplateList& list, uint3
     if (listResult != QORFP_OK) {
         return listResult;
     }
-    if (level < kLowestLevel || level > kHighestLevel || count == 0) {
+    if (level < static_cast<uint32_t>(kLowestLevel) ||
+        level > static_cast<uint32_t>(kHighestLevel) || count == 0) {
         return QORFP_BAD_ARGUMENT;
     }
     RankList(probe, list, static_cast<int32_t>(count), arrays.Scores(), arrays.Order());
     const Outcome outcome =
         MatchRanked(probe, list, arrays.Order(), MatchLimit(count), gnMatchThr[level]);
-    if (outcome.result == QORFP_OK) {
+    if (outcome.hasOutputs) {
         if (index != nullptr) {
             *index = outcome.index;
         }

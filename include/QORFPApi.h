@@ -135,9 +135,12 @@ QORFP_EXPORT uint32_t QORFP_Extract(const uint8_t* image, int32_t width, int32_t
  *        twice
  * @param[out] templateOut #QORFP_TEMPLATE_BYTES bytes; may be one of the inputs; may be partly
  *             written when the call fails
- * @param[out] quality 0 to 100, the mean of the inputs' qualities; written only on success
- * @return #QORFP_OK; #QORFP_FAILED when the captures do not match each other well enough, or one is
- *         unusable; #QORFP_NOT_INITIALISED; #QORFP_BAD_ARGUMENT for a null pointer or n below 2
+ * @param[out] quality the mean of the inputs' qualities, 0 to 100 for templates that the library
+ *             made (an input with quality byte 0, also one that `templateOut` overwrites, counts by
+ *             its number of minutiae); written only on success
+ * @return #QORFP_OK; #QORFP_FAILED when the captures do not match each other well enough, one is
+ *         unusable, or the result would have fewer than 10 minutiae; #QORFP_NOT_INITIALISED;
+ *         #QORFP_BAD_ARGUMENT for a null pointer or n below 2
  */
 QORFP_EXPORT uint32_t QORFP_Enroll(const uint8_t* templates, int32_t n, uint8_t* templateOut,
                                    int32_t* quality);
@@ -155,8 +158,10 @@ QORFP_EXPORT uint32_t QORFP_Enroll(const uint8_t* templates, int32_t n, uint8_t*
  * @param[in] t1 a template
  * @param[in] t2 a template
  * @param level security level 1 (most tolerant) to 5 (strictest)
- * @param[out] score 0 to 2047; written whenever the matching ran (result 0 or 1). A template with
- *             a correct version text that is damaged otherwise gives 0.
+ * @param[out] score 0 to 2047; written whenever the matching ran (result 0 or 1). 0 when a
+ *             template holds fewer than 6 or more than 60 minutiae or one of an unknown type, or
+ *             its minutiae lie too far apart to be compared. Other damage goes unnoticed: the
+ *             checksum is not verified.
  * @return #QORFP_OK when `*score` reaches the level's threshold; #QORFP_FAILED when it does not;
  *         #QORFP_BAD_ARGUMENT for a null pointer or a level outside 1 to 5; #QORFP_BAD_TEMPLATE
  *         when either version text is unknown
@@ -169,7 +174,9 @@ QORFP_EXPORT uint32_t QORFP_Verify(const uint8_t* t1, const uint8_t* t2, int32_t
  * score first; then the best-ranked entries are matched in full: all of a list of fewer than 200,
  * else count / 20 + 200 of them, and none after the first that scores 225 or more.
  *
- * Needs no QORFP_Initial(). Allocates 8 bytes an entry for the length of the call.
+ * Needs no QORFP_Initial(). Allocates 8 bytes an entry for the length of the call. Entries of equal
+ * index score make the ranking slower, at worst with the square of the count: check a large list
+ * with QORFP_CheckFeature(), so that none lacks its keys.
  *
  * @param[in] probe a "301" template
  * @param[in] list `count` pointers to "301" templates. One invalid entry makes the whole call fail;
@@ -209,9 +216,12 @@ QORFP_EXPORT uint32_t QORFP_Search(const uint8_t* probe, const uint8_t* list, ui
  *
  * @param[in,out] templateInOut #QORFP_TEMPLATE_BYTES bytes; changed only by a successful upgrade
  * @param[out] converted 1 when the template was upgraded (store it back), else 0
- * @return #QORFP_OK when the template is usable in every call; #QORFP_BAD_ARGUMENT for a null
- *         pointer; #QORFP_BAD_TEMPLATE for an unknown version, more than 60 minutiae, an index area
- *         without keys, or an old template that cannot be upgraded. The checksum is not verified.
+ * @return #QORFP_OK when a "301" template has 1 to 60 minutiae and a well-formed index area (1 to
+ *         19 keys), or when the template was upgraded; #QORFP_BAD_ARGUMENT for a null pointer;
+ *         #QORFP_BAD_TEMPLATE for an unknown version, more than 60 minutiae, any other key count,
+ *         or an old template that cannot be upgraded. An upgraded template whose minutiae yield no
+ *         key is refused by the next check. Neither the minutiae of a "301" template nor the
+ *         checksum are verified.
  */
 QORFP_EXPORT uint32_t QORFP_CheckFeature(uint8_t* templateInOut, int32_t* converted);
 
@@ -221,8 +231,8 @@ QORFP_EXPORT uint32_t QORFP_CheckFeature(uint8_t* templateInOut, int32_t* conver
  * and store the enrolled template when the result is #QORFP_OK. Needs no QORFP_Initial().
  *
  * @param[in] sample a fresh "301" template of the same finger
- * @param[in,out] enrolled the enrolled template, #QORFP_TEMPLATE_BYTES bytes; its quality stays,
- *                its checksum is not rewritten
+ * @param[in,out] enrolled the enrolled template, #QORFP_TEMPLATE_BYTES bytes, which is not tested;
+ *                its quality stays, its checksum is not rewritten
  * @return #QORFP_OK when `enrolled` was updated; #QORFP_FAILED when it was not (no certain match,
  *         or nothing to learn); #QORFP_BAD_ARGUMENT for a null pointer; #QORFP_BAD_TEMPLATE when
  *         the sample is not "301" or has a minutia count above 60

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Matching and indexing: every function of this folder that has a fixed name. `work` is the work
+// Matching and indexing: every function of this folder that has a fixed name. Minutiae lie where a
+// template can hold them, -256..767, or where an alignment has moved them from there; with these,
+// no sum or square leaves 32 bits. `work` is the work
 // buffer (204,800 bytes, 8-aligned); the matcher lays a MatchContext out in it, the index an
 // IndexWorkspace.
 #pragma once
@@ -62,8 +64,8 @@ int32_t GetSimScore(MatchContext* context, MatchResult* result, int32_t wantPair
 // --- Fusion and improvement ----------------------------------------------------------------------
 
 /// Reconciles the match lists of two templates A and B. Pairs found in both directions stay, and
-/// pairs found in one whose minutiae are free in the other; where the directions disagree about a
-/// minutia of A, its pairs are dropped.
+/// pairs found in one whose minutiae are free in the other. Where the directions disagree, the
+/// pairs of the A minutia that the reverse list names are dropped.
 /// @param reverse in and out: the pairs with B as reference and A as probe
 /// @param forward in: the pairs with A as reference and B as probe; out: the same list as `reverse`
 /// @param conflicts out: the pairs in conflict; `conflictsCopy` receives the same

@@ -64,7 +64,6 @@ struct FusionWork {
 struct ImproveWork {
     MatchWork match;
     MinutiaSet enrolled;
-    uint8_t sampleConfidence[kMaxMinutiae];
     uint8_t enrolledConfidence[kMaxMinutiae];
     uint8_t isSampleMatched[kMaxMinutiae];
     uint8_t isEnrolledMatched[kMaxMinutiae];

@@ -160,7 +160,7 @@ int32_t MatchWithImprove(uint8_t* work, const uint8_t* sample, uint8_t* enrolled
     MatchContext* context = &improve->match.context;
     *updated = 0;
     memset(improve, 0, sizeof(*improve));
-    if (DecodeTemplate(sample, &context->reference, improve->sampleConfidence) != 0 ||
+    if (DecodeTemplate(sample, &context->reference, nullptr) != 0 ||
         DecodeTemplate(enrolled, &improve->enrolled, improve->enrolledConfidence) != 0 ||
         MakeFirstInfo(context) == 0) {
         return 0;

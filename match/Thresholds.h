@@ -15,6 +15,10 @@ extern const int32_t gnMatchThr[8];
 
 namespace qorfp {
 
+/// Security levels of the public calls.
+constexpr int32_t kLowestLevel = 1;
+constexpr int32_t kHighestLevel = 5;
+
 constexpr int32_t kFusionThreshold = 5;   ///< index into gnMatchThr
 constexpr int32_t kCertainThreshold = 6;  ///< index into gnMatchThr: no doubt left
 
