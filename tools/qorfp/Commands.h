@@ -10,6 +10,10 @@ namespace qorfp::cli {
 
 void AddExtract(CLI::App& program, int& exitStatus);
 void AddVerify(CLI::App& program, int& exitStatus);
+void AddEnroll(CLI::App& program, int& exitStatus);
+void AddImprove(CLI::App& program, int& exitStatus);
+void AddIdentify(CLI::App& program, int& exitStatus);
+void AddCheck(CLI::App& program, int& exitStatus);
 void AddCheckFinger(CLI::App& program, int& exitStatus);
 void AddInfo(CLI::App& program, int& exitStatus);
 void AddDraw(CLI::App& program, int& exitStatus);

@@ -30,6 +30,10 @@ int ReportFailure(std::string message) {
 void AddCommands(CLI::App& program, int& exitStatus) {
     AddExtract(program, exitStatus);
     AddVerify(program, exitStatus);
+    AddEnroll(program, exitStatus);
+    AddImprove(program, exitStatus);
+    AddIdentify(program, exitStatus);
+    AddCheck(program, exitStatus);
     AddCheckFinger(program, exitStatus);
     AddInfo(program, exitStatus);
     AddDraw(program, exitStatus);
