@@ -39,8 +39,8 @@ model::Minutia RandomMinutia(Random& random, Layout layout) {
         case Layout::kSpread:
             break;
         case Layout::kCrowded:
-            minutia.x = random.Between(60, 149);
-            minutia.y = random.Between(60, 149);
+            minutia.x = random.Between(-95, -6);
+            minutia.y = random.Between(-95, -6);
             break;
         case Layout::kLattice:
             minutia.x = 20 * random.Between(1, 9);

@@ -20,7 +20,7 @@ using model::TemplateBytes;
 
 enum class Layout {
     kSpread,     ///< over a sensor's frame
-    kCrowded,    ///< within 90 x 90 pixels: many more than ten neighbours each
+    kCrowded,    ///< within 90 x 90 pixels, below 0: many more than ten neighbours each
     kLattice,    ///< on a square lattice: many equal distances and angles
     kLine,       ///< on one straight line
     kFullRange,  ///< anywhere a template can place a minutia

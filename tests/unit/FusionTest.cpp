@@ -179,6 +179,26 @@ TEST_F(FusionTest, ACaptureWithoutBarsDoesNotFuse) {
     EXPECT_EQ(FuseSets({apart, SharedMinutiae(), SharedMinutiae()}), 1);
 }
 
+TEST_F(FusionTest, ABaseNeedsAScoreOf210WithBothOthers) {
+    // Three bars far from each other, and minutiae out of everyone's reach that fill up the result.
+    const std::vector<Minutia> whole = {
+        MakeMinutia(-200, -200, 30), MakeMinutia(-100, -200, 170), MakeMinutia(500, -200, 75),
+        MakeMinutia(500, -120, 200), MakeMinutia(-200, 500, 11),   MakeMinutia(-110, 560, 133),
+        MakeMinutia(150, -200, 0),   MakeMinutia(150, 150, 0),     MakeMinutia(500, 150, 0),
+        MakeMinutia(-200, 150, 0),   MakeMinutia(150, 420, 0),     MakeMinutia(500, 420, 0)};
+    for (size_t poor = 0; poor < 3; ++poor) {
+        SCOPED_TRACE(testing::Message() << "poor capture " << poor);
+        std::array<std::vector<Minutia>, 3> sets = {whole, whole, whole};
+        // Two bars of 1156, one of 23 x 1156 / 40 = 664: (72 x 2976 + 512) / 1024 = 209.75.
+        sets[poor][4].attributes = 17 << 6;
+        EXPECT_EQ(FuseSets(sets), 1);
+        // The third 1156 x 31 / 32 = 1119, x 24 / 40 = 671: (72 x 2983 + 512) / 1024 = 210.2.
+        sets[poor][4].attributes = (16 << 6) | 1;
+        EXPECT_EQ(FuseSets(sets), 0);
+        EXPECT_EQ(fused_.count, 12);
+    }
+}
+
 TEST_F(FusionTest, TheTemplateThatMatchesBothOthersIsTheBase) {
     // The two partial captures share too few minutiae with each other; the whole one is found
     // wherever it stands. A loner at the edge shows whose frame is the result's.
@@ -428,6 +448,25 @@ TEST_F(WideningTest, EachPassSeesWhatTheEarlierOnesAdded) {
     EXPECT_TRUE(Holds(inside));
     EXPECT_TRUE(Holds(insideBoth));
     EXPECT_EQ(fused_.count, 22);
+}
+
+TEST_F(WideningTest, APartnerOfAMergedMinutiaIsNotAddedAgain) {
+    // Minutia 0 of the second capture lies where the base has it; the third capture sees it 13
+    // pixels farther out. By their attributes the second goes with either, the other two do not.
+    std::array<std::vector<Minutia>, 3> sets = CapturesWithFirstAsBase();
+    sets[0][0].attributes = 20 * 64 + 10;
+    sets[1][0].attributes = 20 * 64 + 22;
+    sets[2][0].attributes = 20 * 64 + 34;
+    sets[2][0].x = 213;
+    ASSERT_EQ(FuseSets(sets), 0);
+    EXPECT_EQ(fused_.count, 20);
+    EXPECT_EQ(FusedAt(213, 140), "");
+    EXPECT_EQ(FusedAt(200, 140), Text(MakeMinutia(200, 140, 50, 1, 20 * 64 + 16)));
+    // Were it a stranger to the second capture as well, it would widen the result.
+    sets[2][0].attributes = kLoner;
+    ASSERT_EQ(FuseSets(sets), 0);
+    EXPECT_EQ(fused_.count, 21);
+    EXPECT_EQ(FusedAt(213, 140), Text(sets[2][0]));
 }
 
 // ------------------------------------------------------------------------------------ Few minutiae

@@ -14,6 +14,7 @@
 #include "api/Fpm.h"
 #include "engine/FPEngine.h"
 #include "match/FPMatch.h"
+#include "tests/model/ModelAlignment.h"
 #include "tests/model/ModelFusion.h"
 #include "tests/model/ModelIndexKeys.h"
 #include "tests/support/TestMinutiae.h"
@@ -292,6 +293,31 @@ TEST_F(ImproveTest, ATurnedAndShiftedSampleIsTakenBackIntoTheEnrolledFrame) {
     EXPECT_EQ(TextWithConfidence(after_), TextWithConfidence(expected));
 }
 
+TEST_F(ImproveTest, HalvesAreRoundedAwayFromZeroOnTheWayBack) {
+    // Twenty steps, 30 degrees: sine 8192, cosine 14189 of 16384. A minutia straight above or below
+    // the turned centre goes back by exactly half its odd distance along x.
+    Random random(testsupport::Seed());
+    const MinutiaSet enrolled = MakeSet(SharedMinutiae());
+    Impression turned;
+    turned.turn = 20;
+    const MinutiaSet plain = testsupport::TakeImpression(enrolled, turned, random);
+    model::Probe probe;
+    probe.set = enrolled;
+    model::AlignmentResult found;
+    model::Align(model::PrepareReference(plain), probe, found, false);
+    ASSERT_EQ(found.angle, 20);
+    for (const int32_t dy : {-401, 401}) {
+        MinutiaSet sample = plain;
+        // The octagon's centre is (170, 150).
+        AppendTo(sample, Loner(170 + found.xShift, 150 + found.yShift + dy, 120), 8);
+        ImproveSets(sample, enrolled);
+        ASSERT_EQ(after_.count, 15);
+        // 200.5, and 401 x 14189 / 16384 = 347.3.
+        EXPECT_EQ(Text(after_.minutiae[14]), Text(dy < 0 ? Loner(170 - 201, 150 - 347, 100)
+                                                         : Loner(170 + 201, 150 + 347, 100)));
+    }
+}
+
 // ------------------------------------------------------------------------------ Unmatched enrolled
 
 TEST_F(ImproveTest, AMissedMinutiaLosesConfidenceByItsPlaceInTheOverlap) {
@@ -341,6 +367,23 @@ TEST_F(ImproveTest, AMissedMinutiaLosesConfidenceByItsPlaceInTheOverlap) {
         ImproveSets(MakeSet(SharedMinutiae()), enrolled);
         ASSERT_EQ(updated_, 1);
         EXPECT_EQ(ConfidenceAt(row.x, row.y), 8 - row.loss);
+    }
+}
+
+TEST_F(ImproveTest, TheInnerOctagonsBoundsAreRoundedTowardsZero) {
+    // The right side at 322, and all 171 to the left: x runs from -151 to 151, so that its lower
+    // inner bound is -302 / 4 = -75.
+    MinutiaSet shared = MakeSet(SharedMinutiae());
+    shared.minutiae[0].x = 322;
+    shared.minutiae[1].x = 322;
+    for (Minutia& minutia : shared.minutiae) {
+        minutia.x -= 171;
+    }
+    for (const int32_t x : {-75, -76}) {
+        MinutiaSet enrolled = shared;
+        AppendTo(enrolled, Loner(x, 150), 8);
+        ImproveSets(shared, enrolled);
+        EXPECT_EQ(ConfidenceAt(x, 150), x == -75 ? 6 : 7);
     }
 }
 

@@ -1,0 +1,64 @@
+# SPDX-License-Identifier: Apache-2.0
+# shellcheck shell=bash disable=SC2034
+# The Debian packages that building and testing need, and their installation. Sourced by the other
+# scripts; it runs nothing by itself.
+
+# Library, command line, finger generator and examples.
+build_packages=(
+    cmake            # 3.21 or later, for the presets
+    g++
+    libcairo2-dev    # pictures
+    libcli11-dev     # command-line arguments
+    libpng-dev
+    libstb-dev       # BMP files
+    ninja-build
+    nlohmann-json3-dev
+    pkg-config
+)
+
+# Tests in one configuration.
+test_packages=("${build_packages[@]}" libgtest-dev zlib1g-dev)
+
+# Tests in all configurations: clang, and its sanitizers' run-time library.
+all_test_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
+
+# install_packages LOG PACKAGE...: installs those that are missing and says which. Needs root or
+# sudo only when one is missing. On a system without apt it leaves the matter to the build.
+install_packages() {
+    local log=$1 package
+    local -a missing=() as_root=()
+    shift
+    if ! command -v apt-get >/dev/null || ! command -v dpkg-query >/dev/null; then
+        echo "This is not a Debian system; nothing is installed. The build needs what Debian calls:"
+        echo "  $*"
+        return 0
+    fi
+    for package in "$@"; do
+        case $(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null) in
+            installed) ;;
+            *) missing+=("$package") ;;
+        esac
+    done
+    if [ ${#missing[@]} -eq 0 ]; then
+        echo "All needed Debian packages are there; nothing is installed."
+        return 0
+    fi
+    if [ "$(id -u)" -ne 0 ]; then
+        if ! command -v sudo >/dev/null; then
+            echo "Missing Debian packages, and neither root nor sudo to install them. As root, run:" >&2
+            echo "  apt-get install --no-install-recommends ${missing[*]}" >&2
+            return 1
+        fi
+        as_root=(sudo)
+    fi
+    echo "Installing with apt-get, and what they depend on: ${missing[*]}"
+    as_root+=(env DEBIAN_FRONTEND=noninteractive apt-get
+        -o Acquire::Retries=3 -o DPkg::Lock::Timeout=120)
+    if ! { "${as_root[@]}" update &&
+        "${as_root[@]}" install -y --no-install-recommends "${missing[@]}"; } \
+        </dev/null >>"$log" 2>&1; then
+        tail -n 15 "$log" >&2
+        echo "apt-get failed; its whole output is in $log" >&2
+        return 1
+    fi
+}

@@ -1,0 +1,34 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Builds everything and runs all tests; warnings are errors. Installs the Debian packages that are
+# missing (as root or with sudo).
+#
+#   scripts/test.sh          one configuration: the system's compiler, optimised
+#   scripts/test.sh --all    GCC and clang, each at -O0 and -O3, and clang with AddressSanitizer and
+#                            UBSan; stops at the first configuration that fails
+#
+# Each configuration has its folder under build/. The last lines are ctest's.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/debian-packages.sh
+
+case ${1:-} in
+    '') presets=(dev) packages=("${test_packages[@]}") ;;
+    --all) presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan) packages=("${all_test_packages[@]}") ;;
+    *)
+        sed -n '/^# Builds/,/^# Each/s/^# \{0,1\}//p' "$0" >&2
+        exit 2
+        ;;
+esac
+
+mkdir -p build
+: >build/setup.log
+install_packages build/setup.log "${packages[@]}"
+for preset in "${presets[@]}"; do
+    printf '\n==== %s ====\n' "$preset"
+    started=$SECONDS
+    cmake --preset "$preset"
+    cmake --build --preset "$preset"
+    echo "$preset: configured and built in $((SECONDS - started)) s"
+    ctest --preset "$preset" --parallel "$(nproc)"
+done

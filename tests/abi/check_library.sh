@@ -1,0 +1,113 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Reads off the finished shared object what its users rely on: the exported names, the libraries it
+# needs, no C++ run-time library, no start-up code, integer arithmetic only.
+#
+#   check_library.sh [--sanitize NAMES] LIBRARY
+#
+# The library must not be stripped. With a sanitizer (NAMES not empty) nothing is checked: its
+# run-time library brings all of that in.
+# Exit status: 0 as it should be, 1 not, 2 wrong use, 77 skipped.
+set -uo pipefail
+export LC_ALL=C
+here=$(dirname "$0")
+
+if [ "${1:-}" = --sanitize ]; then
+    if [ -n "$2" ]; then
+        echo "skipped: built with -fsanitize=$2, whose run-time library is linked in"
+        exit 77
+    fi
+    shift 2
+fi
+if [ $# -ne 1 ] || [ ! -r "$1" ]; then
+    echo "usage: check_library.sh [--sanitize NAMES] LIBRARY" >&2
+    exit 2
+fi
+library=$1
+failures=0
+
+# report TITLE LINES: a failure unless there are no lines.
+report() {
+    [ -n "$2" ] || return 0
+    failures=$((failures + 1))
+    printf '%s:\n%s\n' "$1" "$(sed 's/^/    /' <<<"$2")"
+}
+
+dynamic=$(readelf -dW "$library") && sections=$(readelf -SW "$library") &&
+    segments=$(readelf -lW "$library") && symbols=$(nm "$library") &&
+    undefined=$(nm -u "$library") && code=$(objdump -d --no-show-raw-insn "$library") || exit 1
+if [ -z "$symbols" ]; then
+    echo "$library has no symbol table: it cannot be checked"
+    exit 1
+fi
+
+# Exported names.
+report "exported names differ from exports.txt (< expected, > exported)" "$(
+    diff "$here/exports.txt" <(nm -D --defined-only "$library" | awk '{print $NF}' | sort) |
+        grep '^[<>]')"
+
+# SONAME and needed libraries: the C library, and what belongs to it.
+report "SONAME is not libqorfp.so.1" "$(
+    sed -n 's/.*(SONAME).*\[\(.*\)\]/\1/p' <<<"$dynamic" | grep -vx 'libqorfp\.so\.1')"
+grep -q '(SONAME)' <<<"$dynamic" || report "SONAME" "none"
+report "needs more than the C library" "$(
+    sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic" |
+        grep -vxE 'libc\.so(\.6)?|libc\.musl-.*\.so\.1|libpthread\.so\.0|ld-(linux|musl).*\.so(\.[0-9])?')"
+
+# Undefined symbols of a C++ run-time library: std:: and the operators by their mangled names
+# (operator new, delete), exceptions, guards, type information. The start files' weak
+# __cxa_finalize is the C library's.
+report "uses the C++ run-time library" "$(
+    awk '{print $NF}' <<<"$undefined" | sed 's/@.*//' |
+        grep -E '^(_ZS|_ZNK?S|_ZN?K?9__gnu_cxx|_Zn[wa]|_Zd[la]|_ZT[VIS]|__cxa_|__gxx_|_Unwind_|__dynamic_cast)' |
+        grep -vx __cxa_finalize | c++filt)"
+
+# Start-up code. The one entry of .init_array is the start files' own.
+report "start-up constructors" "$(grep -E ' (_GLOBAL__sub_I_|_GLOBAL__I_|__cxx_global_var_init)' \
+    <<<"$symbols")"
+report "start-up sections" "$(grep -oE '\.(ctors|preinit_array)\b' <<<"$sections")"
+init_array=$(sed -n 's/.* \.init_array  *INIT_ARRAY  *\([0-9a-f]*\) [0-9a-f]* \([0-9a-f]*\) .*/\1 \2/p' \
+    <<<"$sections")
+if [ -n "$init_array" ]; then
+    read -r address size <<<"$init_array"
+    pointer=8
+    [ "${#address}" -eq 16 ] || pointer=4
+    [ $((16#$size)) -eq $pointer ] ||
+        report ".init_array holds more than one pointer" "$((16#$size)) bytes"
+    grep -q "^$address . __frame_dummy_init_array_entry$" <<<"$symbols" ||
+        report "the entry of .init_array is not the start files'" "$init_array"
+elif grep -q INIT_ARRAY <<<"$sections"; then
+    report "section list not understood" "$(grep INIT_ARRAY <<<"$sections")"
+fi
+
+# Floating point. Everywhere: the compiler's helper functions. On x86-64: the x87 unit, and SSE and
+# AVX instructions that calculate, compare or convert. Moves, shuffles and bitwise operations on the
+# same registers also carry integers (movups, shufps, andps) and are free.
+report "floating-point helper functions" "$(
+    awk '{print $NF}' <<<"$symbols" | sed 's/@.*//' |
+        grep -E '^__(add|sub|mul|div|neg|cmp|unord|eq|ne|lt|le|gt|ge|pow|extend|trunc|fix|fixuns|float|floatun)[a-z]*[sdxth]f[a-z0-9]*$|^__aeabi_(cd|cf|d|f|i2|ui2|l2|ul2)[a-z0-9]*$' |
+        grep -vE '^__aeabi_(ldivmod|uldivmod|idiv|uidiv|idivmod|uidivmod)$')"
+if grep -q 'file format elf64-x86-64' <<<"$code"; then
+    mnemonics=$(awk -F '\t' '/^ *[0-9a-f]+:\t/ {print $2}' <<<"$code" |
+        sed -E 's/^((lock|rep[nez]*|notrack|bnd|data16|cs|ds|es|fs|gs|ss) )*//; s/ .*//' | sort | uniq -c)
+    if ! grep -qE '^ *[0-9]+ (call|ret)q?$' <<<"$mnemonics"; then
+        report "disassembly not understood" "$(head -n 5 <<<"$mnemonics")"
+    fi
+    operations='add|sub|addsub|hadd|hsub|mul|div|sqrt|rsqrt|rcp|min|max|round|dp'
+    operations+='|cmp[a-z]*|ucomi|comi|getexp|getmant|scalef|rndscale|reduce|range|fixupimm'
+    report "floating-point instructions" "$(grep -E \
+        " (f[a-z0-9]+|v?($operations)(ss|sd|ps|pd)|v?cvt[a-z0-9]+|vfn?m(add|sub)[a-z0-9]+|pf[a-z0-9]+)\$" \
+        <<<"$mnemonics")"
+else
+    echo "instructions are looked at on x86-64 only; this is $(sed -n 's/.*file format //p' <<<"$code")"
+fi
+
+# Stack.
+grep -q 'GNU_STACK' <<<"$segments" || report "executable stack" "no GNU_STACK header"
+report "executable stack" "$(grep 'GNU_STACK' <<<"$segments" | grep 'RWE')"
+
+if [ "$failures" -ne 0 ]; then
+    echo "$library: $failures of its properties are not as they should be"
+    exit 1
+fi
+echo "$library: as it should be, $(wc -l <"$here/exports.txt") names exported"
