@@ -63,6 +63,8 @@ set_target_properties(qorfp_objects PROPERTIES
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON)
 target_compile_options(qorfp_objects PRIVATE
+  # Stage after stage lays other records out in the same bytes.
+  -fno-strict-aliasing
   -fno-exceptions -fno-rtti -fno-threadsafe-statics -ffunction-sections -fdata-sections)
 target_include_directories(qorfp_objects PUBLIC ${PROJECT_SOURCE_DIR})
 target_link_libraries(qorfp_objects PRIVATE qorfp_warnings)
@@ -90,3 +92,7 @@ add_library(qorfp_core STATIC $<TARGET_OBJECTS:qorfp_objects>)
 target_include_directories(qorfp_core PUBLIC
   ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_link_libraries(qorfp_core PUBLIC Threads::Threads)
+
+include(GNUInstallDirs)
+install(TARGETS qorfp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/QORFPApi.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Box pre-smoothing of the grey image.
+// Box pre-smoothing of the grey image: the same means as SmoothImage with radius 1, which the
+// preprocessing owns, but by division tables and a ring of three rows.
 
 #include "extract/BoxSmooth.h"
 

@@ -32,8 +32,8 @@ void CountGreyLevels(const uint8_t* image, int32_t width, int32_t height, int32_
     }
 }
 
-// First level from below at which more than the cut has been counted. Level 255 is never added:
-// an image darker nowhere than 255 has its low cut at 254.
+// First level from below at which more than the cut has been counted; 254 when that needs level 254
+// or 255.
 int32_t LowCut(const int32_t* histogram) {
     int32_t sum = 0;
     for (int32_t level = 0; level < kGreyLevels - 2; ++level) {

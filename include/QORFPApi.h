@@ -81,7 +81,8 @@ enum QORFP_Result {
 
 /**
  * Makes the library ready. Call once, before any other thread uses the library; a second call is
- * harmless. Prints one line on standard output. Does not take the mutex.
+ * harmless. Prints one line on standard output, with a blank behind its newline (as all log lines
+ * of the library have). Does not take the mutex.
  *
  * @param reserved not used; pass 0
  * @return #QORFP_OK
@@ -116,9 +117,12 @@ QORFP_EXPORT uint32_t QORFP_BuildTime(char* dst);
  * @param[out] templateOut #QORFP_TEMPLATE_BYTES bytes; may be partly written when the call fails
  * @param[out] quality 0 to 100, the coherence of the ridges in the usable area; written only on
  *             success. 50 and more is usual for a clean finger.
- * @return #QORFP_OK; #QORFP_FAILED when no usable template could be made (fewer than 6 minutiae,
- *         no finger, an image too small, also a size of 0 or below); #QORFP_NOT_INITIALISED;
- *         #QORFP_BAD_ARGUMENT for a null pointer or a size out of range
+ * @return #QORFP_OK; #QORFP_FAILED when no usable template could be made (fewer than 6 minutiae, as
+ *         images without a finger mostly have, or an image too small, also a size of 0 or below);
+ *         #QORFP_NOT_INITIALISED; #QORFP_BAD_ARGUMENT for a null pointer or a size out of range
+ *
+ * A template with few minutiae may hold no index keys: QORFP_CheckFeature() then refuses it, and a
+ * search ranks it last. Check a template before it goes into a list.
  */
 QORFP_EXPORT uint32_t QORFP_Extract(const uint8_t* image, int32_t width, int32_t height,
                                     uint8_t* templateOut, int32_t* quality);
@@ -170,7 +174,8 @@ QORFP_EXPORT uint32_t QORFP_Verify(const uint8_t* t1, const uint8_t* t2, int32_t
                                    int32_t* score);
 
 /**
- * Finds the template of a list that matches a probe best. The whole list is ranked by a fast index
+ * Finds a template of a list that matches a probe: the first of the ranked ones that leaves no
+ * doubt (225 or more), else the best of those that were matched. The whole list is ranked by a fast index
  * score first; then the best-ranked entries are matched in full: all of a list of fewer than 200,
  * else count / 20 + 200 of them, and none after the first that scores 225 or more.
  *

@@ -35,7 +35,7 @@ void NormalizeImage(int32_t width, int32_t height, uint8_t* image, int32_t meanR
 /// `outRow`, so that it ends holding row targetRow - 1; does nothing when that row is already past.
 /// Start with *nextRow = *rowCount = 0 and columnSums cleared.
 /// @param source width x height bytes, unchanged between calls; rows from
-///        targetRow - 2 radius - 2 on must still be there
+///        *nextRow - 2 radius - 1 on must still be there
 /// @param columnSums width sums of the rows now in the window
 /// @param nextRow the next source row to enter (in and out)
 /// @param rowCount the number of rows in the window (in and out)

@@ -89,7 +89,9 @@ void StretchRow(const DeviationWindow& window, int32_t y, uint8_t* outRow) {
 
 void NormalizeImage(int32_t width, int32_t height, uint8_t* image, int32_t meanRadius,
                     int32_t devRadius) {
-    if (width < 1 || height < 1 || meanRadius < 0 || devRadius < 0) {
+    // Sides beyond the buffer are refused first, so that no product of them is ever formed.
+    if (width < 1 || height < 1 || meanRadius < 0 || devRadius < 0 || width > kWorkBytes ||
+        height > kWorkBytes) {
         return;
     }
     const int64_t fullExtent = 2 * static_cast<int64_t>(devRadius) + 1;

@@ -54,7 +54,8 @@ void SmoothOneLine(int32_t width, int32_t height, const uint8_t* source, int32_t
 }
 
 void SmoothImage(int32_t width, int32_t height, uint8_t* image, int32_t radius) {
-    if (width < 1 || height < 1 || radius < 0) {
+    // Sides beyond the buffer are refused first, so that no product of them is ever formed.
+    if (width < 1 || height < 1 || radius < 0 || width > kWorkBytes || height > kWorkBytes) {
         return;
     }
     // Every radius beyond the image gives the same windows.

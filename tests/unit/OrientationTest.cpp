@@ -471,6 +471,32 @@ TEST(CalcDirA, EqualsModel) {
     }
 }
 
+// Noise of medium contrast between a dark and a light band: the coherence of many blocks lies near
+// its limit, where the rounding of the mixed products decides.
+TEST(CalcDirA, EqualsModelNearTheCoherenceLimit) {
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 5);
+    WorkBuffer work;
+    for (int32_t round = 0; round < 400; ++round) {
+        SCOPED_TRACE(round);
+        constexpr int32_t kBand = 22;
+        const int32_t contrast = random.Between(20, 149);
+        Grid image(64, 160);
+        for (int32_t y = 0; y < image.height; ++y) {
+            for (int32_t x = 0; x < image.width; ++x) {
+                const bool isNoise = y >= kBand && y < image.height - kBand;
+                image.At(x, y) = isNoise ? static_cast<uint8_t>(50 + random.Below(contrast))
+                                         : static_cast<uint8_t>(y < kBand ? 0 : 255);
+            }
+        }
+        const model::DirectionField expected = model::CalcDirA(image);
+        const Field field = RunCalcDirA(work, image);
+        ASSERT_EQ(FirstDifference(expected.map, field.map), "");
+        ASSERT_EQ(field.quality, expected.quality);
+    }
+}
+
 // --- CalcDirB --------------------------------------------------------------------------------
 
 TEST(CalcDirB, UniformImageKeepsTheMask) {

@@ -386,4 +386,20 @@ TEST(Preprocess, EqualsModel) {
     }
 }
 
+// Sizes and radii whose products leave 32 or 64 bits: nothing is read or written.
+TEST(PreprocessSizes, HugeOnesAreLeftAlone) {
+    WorkBuffer buffer;
+    const int32_t huge = INT32_MAX;
+    const std::vector<uint8_t> before(buffer.Bytes(), buffer.Bytes() + WorkBuffer::kBytes);
+    SmoothImage(huge, 1, buffer.Bytes(), huge);
+    SmoothImage(1, huge, buffer.Bytes(), 1);
+    SmoothImage(huge, huge, buffer.Bytes(), huge);
+    NormalizeImage(1, huge, buffer.Bytes(), 4, 1 << 30);
+    NormalizeImage(huge, huge, buffer.Bytes(), huge, huge);
+    PuttyImage(huge, huge, buffer.Bytes());
+    PuttyImage(huge, 3, buffer.Bytes());
+    EXPECT_EQ(before, std::vector<uint8_t>(buffer.Bytes(), buffer.Bytes() + WorkBuffer::kBytes));
+    EXPECT_TRUE(buffer.GuardsIntact());
+}
+
 }  // namespace

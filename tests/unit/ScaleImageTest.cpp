@@ -57,6 +57,15 @@ TEST(ScaleImage, HalfSizeIsARoundedMeanOfFour) {
     EXPECT_EQ(result.At(1, 0), 255);  // 1019 + 2 = 1021, 255
 }
 
+// Twice the target and one more is not half the size: the first two rows and columns are mixed.
+TEST(ScaleImage, OddSizesAreNotHalved) {
+    Grid image(3, 3);
+    image.cells = {0,  100, 200,  //
+                   50, 60,  70,   //
+                   1,  2,   3};
+    EXPECT_EQ(Scale(image, 1, 1).At(0, 0), (50 * 50 * (0 + 100 + 50 + 60) + 5000) / 10000);
+}
+
 TEST(ScaleImage, FirstRowAndColumnOfTheSmallSensorAreMeans) {
     testsupport::Random random(testsupport::Seed());
     const Grid image = testsupport::NoiseImage(152, 200, random);
