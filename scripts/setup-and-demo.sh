@@ -79,8 +79,8 @@ cat <<END
 
 Done in $SECONDS s. Look at $PWD/$demo/$finger.png, then try:
   PATH=\$PATH:$PWD/${qorfp%/*}
-  qorfp info $demo/$finger.bin                              what stands in a template
-  qorfp stages $data/$finger.pgm -o $demo/stages   a picture of each extraction stage
-  qorfp verify YOUR.png OTHER.png --fit                      your own images, cropped to size
-  scripts/test.sh                                            all tests
+  qorfp info $demo/$finger.bin          # what stands in a template
+  qorfp stages $data/$finger.pgm -o $demo/stages   # a picture of each extraction stage
+  qorfp verify YOUR.png OTHER.png --fit  # your own images, cropped to size
+  scripts/test.sh                        # all tests
 END

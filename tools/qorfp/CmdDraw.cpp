@@ -83,6 +83,7 @@ Bytes DrawFinger(const GreyImage& finger, const TemplateView& view, int scale,
 }
 
 int RunDraw(const DrawOptions& options) {
+    RefuseToReplace(options.image, options.output);
     const GreyImage finger = LoadFinger(options.image, options.imageOptions);
     StartEngine();
     const Extraction extraction = Extract(finger);

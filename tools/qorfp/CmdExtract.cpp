@@ -20,6 +20,7 @@ struct ExtractOptions {
 };
 
 int RunExtract(const ExtractOptions& options) {
+    RefuseToReplace(options.image, options.output);
     const GreyImage finger = LoadFinger(options.image, options.imageOptions);
     StartEngine();
     const Extraction extraction = Extract(finger);

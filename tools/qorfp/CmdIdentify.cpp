@@ -44,7 +44,7 @@ int PrintBest(const TemplateBytes& probe, const Gallery& gallery, int level) {
     }
     // The score that the search gives is that of the entry it matched last.
     const Verification best = Verify(probe, gallery.templates[*found], level);
-    std::printf("%s: score %d, %s: rank 1 of %s\n", gallery.names[*found].c_str(), best.score,
+    std::printf("%s: score %d, %s: found among %s\n", gallery.names[*found].c_str(), best.score,
                 ThresholdText(level).c_str(), CountText(gallery.names.size(), "template").c_str());
     return kExitYes;
 }
@@ -113,8 +113,8 @@ void AddIdentify(CLI::App& program, int& exitStatus) {
                       "Refuse a gallery with an unusable template instead of skipping it");
     AddImageOptions(*command, options->imageOptions);
     command->footer(
-        "Without --top, all are ranked by a fast index score, and the best ranked matched in "
-        "full.\n"
+        "Without --top, all are ranked by a fast index score and matched in full from the best "
+        "ranked on, up to the first that scores 225 or more; --top finds the highest scores.\n"
         "Entries of a gallery file count from 0; a folder is taken in the order of file names.\n"
         "Exit status: 0 found, 1 no match, 2 error.\n"
         "Example: qorfp identify --top 5 door.png gallery/");

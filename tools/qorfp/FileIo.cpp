@@ -157,6 +157,13 @@ void WriteFile(const std::string& path, const Bytes& bytes) {
     }
 }
 
+void RefuseToReplace(const std::string& input, const std::string& output) {
+    std::error_code unreadable;
+    if (std::filesystem::equivalent(input, output, unreadable)) {
+        throw ToolError(output, "is the input; name another output");
+    }
+}
+
 void MakeDirectory(const std::string& path) {
     std::error_code error;
     std::filesystem::create_directories(path, error);

@@ -19,6 +19,9 @@ Bytes ReadFile(const std::string& path);
 /// Replaces `path` by `bytes` in one step. A device or a pipe is written to directly.
 void WriteFile(const std::string& path, const Bytes& bytes);
 
+/// Throws ToolError when writing `output` would replace `input`, by whatever names.
+void RefuseToReplace(const std::string& input, const std::string& output);
+
 /// Makes `path` a directory if it is not one yet, parents included.
 void MakeDirectory(const std::string& path);
 
