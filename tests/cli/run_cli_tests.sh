@@ -6,6 +6,7 @@
 #
 #     # why this case exists                    (comment)
 #     @needs 1_1.pgm                            (skipped unless the data folder holds this file)
+#     @terminal                                 (skipped where no pseudo-terminal can be made)
 #     $ qorfp check-finger white.pgm            (a command, run by bash in an empty folder)
 #     > white.pgm: no finger                    (a line of standard output)
 #     ! qorfp: ...                              (a line of standard error)
@@ -84,6 +85,7 @@ run_case() {  # file; sets failed; returns 77 when skipped
     while IFS= read -r line || [ -n "$line" ]; do
         case $line in
             '' | '#'*) ;;
+            '@terminal') script -qec true /dev/null </dev/null >/dev/null 2>&1 || return 77 ;;
             '@needs '*) [ -e "$DATA/${line#@needs }" ] || return 77 ;;
             '$ '*) run_command; command=${line#'$ '} ;;
             '> '*) wanted_out+=${line#'> '}$newline ;;
