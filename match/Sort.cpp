@@ -2,12 +2,20 @@
 //
 // Quicksort with an explicit stack: first element as pivot, a hole that moves, the shorter range
 // first. The order in which it leaves equal keys is part of the library's results.
+//
+// Index scores have few values, so long lists hold many equal ones, for which plain partitions would
+// take quadratic time. Each range therefore carries bounds of its keys: what a partition does around
+// a pivot that equals a bound is known without looking at every key. Any other pivot leaves fewer
+// values on either side, so a list of d different keys is read at most about d times.
 
+#include "extract/FixedMath.h"
 #include "match/FPMatch.h"
 
 namespace {
 
 using namespace qorfp;
+
+constexpr int32_t kHighestLevel = kSortLevels - 1;  // a sort that reaches it gives up
 
 // The two arrays that a sort permutes; values may be absent.
 struct Columns {
@@ -57,8 +65,36 @@ int32_t Partition(const Columns& columns, int32_t left, int32_t right) {
     return left;
 }
 
-void Swap(int32_t* a, int32_t* b) {
-    const int32_t kept = *a;
+// The same where no key of the range is above the pivot: only the last one below it moves.
+template <bool kHasValues>
+int32_t PartitionAtHighest(const Columns& columns, int32_t left, int32_t right) {
+    const Element pivot = Take<kHasValues>(columns, left);
+    while (left < right && columns.keys[right] == pivot.key) {
+        --right;
+    }
+    Put<kHasValues>(columns, left, Take<kHasValues>(columns, right));
+    Put<kHasValues>(columns, right, pivot);
+    return right;
+}
+
+// low <= every key of a range <= high.
+struct KeyBounds {
+    int32_t low;
+    int32_t high;
+};
+
+KeyBounds BoundsOf(const int32_t* keys, int32_t n) {
+    KeyBounds bounds = {keys[0], keys[0]};
+    for (int32_t i = 1; i < n; ++i) {
+        bounds.low = Min(bounds.low, keys[i]);
+        bounds.high = Max(bounds.high, keys[i]);
+    }
+    return bounds;
+}
+
+template <class Value>
+void Swap(Value* a, Value* b) {
+    const Value kept = *a;
     *a = *b;
     *b = kept;
 }
@@ -70,24 +106,43 @@ int32_t Sort(const Columns& columns, int32_t n, int32_t* scratch) {
     }
     int32_t* starts = scratch;
     int32_t* ends = scratch + kSortLevels;
+    KeyBounds bounds[kSortLevels];
     starts[0] = 0;
     ends[0] = n;
+    bounds[0] = BoundsOf(columns.keys, n);
     int32_t level = 0;  // of the top range
     while (level >= 0) {
-        if (starts[level] >= ends[level] - 1) {
+        const int32_t start = starts[level];
+        const int32_t end = ends[level];
+        if (start >= end - 1) {
             --level;
             continue;
         }
-        const int32_t middle = Partition<kHasValues>(columns, starts[level], ends[level] - 1);
+        const KeyBounds range = bounds[level];
+        const int32_t pivot = columns.keys[start];
+        if (pivot == range.low) {
+            // A partition would move nothing and put an empty range on top of the other keys.
+            if (level + 1 == kHighestLevel) {
+                return 0;
+            }
+            starts[level] = range.low == range.high ? end : start + 1;
+            continue;
+        }
+        const int32_t middle = pivot == range.high
+                                   ? PartitionAtHighest<kHasValues>(columns, start, end - 1)
+                                   : Partition<kHasValues>(columns, start, end - 1);
         starts[level + 1] = middle + 1;
-        ends[level + 1] = ends[level];
+        ends[level + 1] = end;
+        bounds[level + 1] = {pivot, range.high};
         ends[level] = middle;
+        bounds[level] = {range.low, pivot};
         ++level;
         if (ends[level] - starts[level] > ends[level - 1] - starts[level - 1]) {
             Swap(&starts[level], &starts[level - 1]);
             Swap(&ends[level], &ends[level - 1]);
+            Swap(&bounds[level], &bounds[level - 1]);
         }
-        if (level == kSortLevels - 1) {
+        if (level == kHighestLevel) {
             return 0;
         }
     }

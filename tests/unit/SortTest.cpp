@@ -8,15 +8,16 @@
 #include <cstdint>
 #include <limits>
 #include <numeric>
-#include <utility>
 #include <vector>
 
 #include "match/FPMatch.h"
 #include "tests/model/ModelSort.h"
+#include "tests/support/SortLists.h"
 #include "tests/support/TestImages.h"
 
 namespace {
 
+using testsupport::FillWithMedianPivots;
 using testsupport::Random;
 using Ints = std::vector<int32_t>;
 
@@ -36,20 +37,6 @@ Ints Counting(size_t count) {
     Ints values(count);
     std::iota(values.begin(), values.end(), 0);
     return values;
-}
-
-/// Fills keys[first, first + count) with the numbers `first`.. so that the partition finds the
-/// median as its pivot at every level. (The partition of p b c ... a | u with all of a, b, c below
-/// p and all of u above moves one element only and leaves a b c ... p | u.)
-void FillWithMedianPivots(Ints& keys, size_t first, size_t count) {
-    if (count == 0) {
-        return;
-    }
-    const size_t middle = first + count / 2;
-    FillWithMedianPivots(keys, first, middle - first);
-    FillWithMedianPivots(keys, middle + 1, first + count - middle - 1);
-    keys[middle] = static_cast<int32_t>(middle);
-    std::swap(keys[first], keys[middle]);
 }
 
 TEST(QuickSort, LeavesNothingAndSingleKeysAlone) {
