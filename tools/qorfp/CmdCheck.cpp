@@ -7,8 +7,8 @@
 
 #include "tools/qorfp/Commands.h"
 #include "tools/qorfp/ExitStatus.h"
+#include "tools/qorfp/FileIo.h"
 #include "tools/qorfp/Gallery.h"
-#include "tools/qorfp/InPlace.h"
 #include "tools/qorfp/Notice.h"
 #include "tools/qorfp/Stored.h"
 #include "tools/qorfp/ToolError.h"
@@ -80,7 +80,7 @@ Findings JudgeFile(const std::string& path, bool isWriting) {
 bool CheckFile(const std::string& path, bool isWriting) {
     const Findings findings = JudgeFile(path, isWriting);
     if (isWriting && findings.isUpgraded) {
-        RewriteFile(path, findings.content);
+        WriteFile(path, findings.content);
     }
     std::fputs(findings.text.c_str(), stdout);
     return findings.isAllUsable;

@@ -7,8 +7,8 @@
 #include "tools/qorfp/Commands.h"
 #include "tools/qorfp/Engine.h"
 #include "tools/qorfp/ExitStatus.h"
+#include "tools/qorfp/FileIo.h"
 #include "tools/qorfp/FingerInput.h"
-#include "tools/qorfp/InPlace.h"
 #include "tools/qorfp/Stored.h"
 #include "tools/qorfp/StoredInput.h"
 
@@ -33,7 +33,7 @@ int RunImprove(const ImproveOptions& options) {
                     score < kImprovementScore ? "225 is needed" : "nothing to learn");
         return kExitNo;
     }
-    RewriteFile(options.enrolled, Bytes(after.begin(), after.end()));
+    WriteFile(options.enrolled, Bytes(after.begin(), after.end()));
     std::printf("%s: updated: score %d, %d minutiae (%d before)\n", options.enrolled.c_str(), score,
                 ReadTemplate(after).count, ReadTemplate(before).count);
     return kExitYes;

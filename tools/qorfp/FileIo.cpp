@@ -22,6 +22,9 @@ namespace {
 constexpr size_t kMaxFileBytes = size_t{256} * 1024 * 1024;
 constexpr size_t kChunkBytes = 65536;
 constexpr int kMaxNameTries = 100;
+constexpr mode_t kOrdinaryMode = 0666;  // less the process's mask
+constexpr mode_t kOwnerOnly = 0600;
+constexpr mode_t kAllPermissions = 0777;
 
 [[noreturn]] void FailWithErrno(const std::string& path) {
     throw ToolError(path, std::strerror(errno));
@@ -75,12 +78,15 @@ std::string TemporaryName(const std::string& path, int attempt) {
     return (target.parent_path() / name).string();
 }
 
-void WriteBeside(const std::string& path, const Bytes& bytes) {
+// `replaced` tells of the file that stands there now, or is null.
+void WriteBeside(const std::string& path, const struct stat* replaced, const Bytes& bytes) {
+    // Never open to anyone who could not open the old file, from the first byte written on.
+    const mode_t mode = replaced != nullptr ? kOwnerOnly : kOrdinaryMode;
     int number = -1;
     std::string temporary;
     for (int attempt = 0; attempt < kMaxNameTries && number < 0; ++attempt) {
         temporary = TemporaryName(path, attempt);
-        number = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
+        number = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
         if (number < 0 && errno != EEXIST) {
             FailWithErrno(path);
         }
@@ -91,7 +97,12 @@ void WriteBeside(const std::string& path, const Bytes& bytes) {
     }
     try {
         WriteAll(file, path, bytes);
-        if (!file.Close() || std::rename(temporary.c_str(), path.c_str()) != 0) {
+        if (replaced != nullptr && fchmod(file.Number(), replaced->st_mode & kAllPermissions) != 0) {
+            FailWithErrno(path);
+        }
+        // On the disk before the name: a power cut leaves the old file or the new one.
+        if (fsync(file.Number()) != 0 || !file.Close() ||
+            std::rename(temporary.c_str(), path.c_str()) != 0) {
             FailWithErrno(path);
         }
     } catch (...) {
@@ -144,7 +155,7 @@ void WriteFile(const std::string& path, const Bytes& bytes) {
         throw ToolError(path, "is a directory");
     }
     if (!exists || S_ISREG(status.st_mode)) {
-        WriteBeside(exists ? BehindLinks(path) : path, bytes);
+        WriteBeside(exists ? BehindLinks(path) : path, exists ? &status : nullptr, bytes);
         return;
     }
     Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));

@@ -16,7 +16,8 @@ using Bytes = std::vector<uint8_t>;
 /// The whole content of `path`. Throws ToolError naming the file and the reason.
 Bytes ReadFile(const std::string& path);
 
-/// Replaces `path` by `bytes` in one step. A device or a pipe is written to directly.
+/// Replaces `path` by `bytes` in one step; the permissions of a file that is replaced stay, since
+/// templates are personal data. A device or a pipe is written to directly.
 void WriteFile(const std::string& path, const Bytes& bytes);
 
 /// Throws ToolError when writing `output` would replace `input`, by whatever names.
