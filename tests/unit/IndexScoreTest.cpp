@@ -238,6 +238,24 @@ TEST_F(IndexScoreTest, TiesKeepTheEarlierPartner) {
               144);
 }
 
+TEST_F(IndexScoreTest, TiesKeepTheEarlierWayOfMatching) {
+    // A stored key meets two probe keys with 96 each, by two of the crossings. The one that stands
+    // first among the crossings is its partner, whichever key comes first; the rotation shows it.
+    for (size_t first = 0; first < std::size(kCrossings); ++first) {
+        for (size_t second = first + 1; second < std::size(kCrossings); ++second) {
+            SCOPED_TRACE(testing::Message() << "crossings " << first << " and " << second);
+            IndexKey earlier = CrossedKey(kCrossings[first]);
+            IndexKey later = CrossedKey(kCrossings[second]);
+            earlier.direction = 50;
+            later.direction = 90;
+            const std::vector<IndexKey> stored = {MakeKey(kA, {7, 7, 7}, kC), Distinct(4, 0)};
+            EXPECT_EQ(ScoreOf({later, earlier, Distinct(4, 50)}, stored), 96 + 144);
+            EXPECT_EQ(ScoreOf({earlier, later, Distinct(4, 50)}, stored), 96 + 144);
+            EXPECT_EQ(ScoreOf({later, earlier, Distinct(4, 90)}, stored), 144);
+        }
+    }
+}
+
 // ----------------------------------------------------------------------------------------- Rotations
 
 TEST_F(IndexScoreTest, RotationsSixApartShareAClusterSevenDoNot) {
