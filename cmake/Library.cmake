@@ -63,6 +63,7 @@ set_target_properties(qorfp_objects PROPERTIES
   CXX_VISIBILITY_PRESET hidden
   VISIBILITY_INLINES_HIDDEN ON)
 target_compile_options(qorfp_objects PRIVATE
+  ${QORFP_PREFIX_MAP}
   # Stage after stage lays other records out in the same bytes.
   -fno-strict-aliasing
   -fno-exceptions -fno-rtti -fno-threadsafe-statics -ffunction-sections -fdata-sections)
@@ -74,12 +75,11 @@ target_link_libraries(qorfp_objects PRIVATE qorfp_warnings)
 add_library(qorfp SHARED $<TARGET_OBJECTS:qorfp_objects>)
 add_library(qorfp::qorfp ALIAS qorfp)
 target_include_directories(qorfp INTERFACE
-  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
-  $<INSTALL_INTERFACE:include>)
+  $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>)
 target_link_libraries(qorfp PRIVATE Threads::Threads)
 set_target_properties(qorfp PROPERTIES
-  VERSION 1.1.3
-  SOVERSION 1
+  VERSION ${PROJECT_VERSION}
+  SOVERSION ${PROJECT_VERSION_MAJOR}
   LINK_DEPENDS ${PROJECT_SOURCE_DIR}/cmake/qorfp.map)
 target_link_options(qorfp PRIVATE
   -Wl,--as-needed -Wl,--gc-sections -static-libgcc
@@ -92,7 +92,3 @@ add_library(qorfp_core STATIC $<TARGET_OBJECTS:qorfp_objects>)
 target_include_directories(qorfp_core PUBLIC
   ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/include)
 target_link_libraries(qorfp_core PUBLIC Threads::Threads)
-
-include(GNUInstallDirs)
-install(TARGETS qorfp LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES ${PROJECT_SOURCE_DIR}/include/QORFPApi.h DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})

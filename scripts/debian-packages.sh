@@ -17,7 +17,7 @@ build_packages=(
 )
 
 # Tests in one configuration.
-test_packages=("${build_packages[@]}" libgtest-dev zlib1g-dev)
+test_packages=("${build_packages[@]}" libgtest-dev make zlib1g-dev)
 
 # Tests in all configurations: clang, and its sanitizers' run-time library.
 all_test_packages=("${test_packages[@]}" clang libclang-rt-14-dev)

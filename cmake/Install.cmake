@@ -1,0 +1,70 @@
+# SPDX-License-Identifier: Apache-2.0
+# What `cmake --install` puts where, in three components that are also the Debian packages:
+# runtime (the shared object), development (header, link name, what CMake and pkg-config read) and
+# tools (programs with their manual pages and shell completion).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(QORFP_CMAKE_DIR ${CMAKE_INSTALL_LIBDIR}/cmake/qorfp)
+set(QORFP_PKGCONFIG_DIR ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+
+install(TARGETS qorfp EXPORT qorfp-targets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+          COMPONENT runtime
+          NAMELINK_COMPONENT development
+  INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(FILES ${PROJECT_SOURCE_DIR}/include/QORFPApi.h
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+
+# find_package(qorfp): the target qorfp::qorfp, found relative to the files themselves.
+install(EXPORT qorfp-targets
+  NAMESPACE qorfp::
+  FILE qorfpTargets.cmake
+  DESTINATION ${QORFP_CMAKE_DIR}
+  COMPONENT development)
+configure_package_config_file(
+  ${CMAKE_CURRENT_LIST_DIR}/qorfpConfig.cmake.in ${PROJECT_BINARY_DIR}/qorfpConfig.cmake
+  INSTALL_DESTINATION ${QORFP_CMAKE_DIR}
+  NO_SET_AND_CHECK_MACRO)
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/qorfpConfigVersion.cmake
+  COMPATIBILITY SameMajorVersion)
+install(FILES
+    ${PROJECT_BINARY_DIR}/qorfpConfig.cmake
+    ${PROJECT_BINARY_DIR}/qorfpConfigVersion.cmake
+  DESTINATION ${QORFP_CMAKE_DIR} COMPONENT development)
+
+# qorfp.pc: the prefix is what lies above the file, so that the tree may be installed anywhere with
+# `cmake --install --prefix`, and moved. For a system's own tree, configured with the prefix /usr, it
+# is plain: pkg-config then leaves the compiler's own folders out and puts PKG_CONFIG_SYSROOT_DIR
+# before the rest. Folders that were chosen as absolute paths stay as they are.
+set(QORFP_PC_PREFIX ${CMAKE_INSTALL_PREFIX})
+set(QORFP_PC_LIBDIR ${CMAKE_INSTALL_LIBDIR})
+set(QORFP_PC_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR})
+if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(QORFP_PC_LIBDIR "\${prefix}/${CMAKE_INSTALL_LIBDIR}")
+  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
+    file(RELATIVE_PATH QORFP_PC_UP /${QORFP_PKGCONFIG_DIR} /)
+    string(REGEX REPLACE "/$" "" QORFP_PC_UP "${QORFP_PC_UP}")
+    set(QORFP_PC_PREFIX "\${pcfiledir}/${QORFP_PC_UP}")
+  endif()
+endif()
+if(NOT IS_ABSOLUTE "${CMAKE_INSTALL_INCLUDEDIR}")
+  set(QORFP_PC_INCLUDEDIR "\${prefix}/${CMAKE_INSTALL_INCLUDEDIR}")
+endif()
+configure_file(${CMAKE_CURRENT_LIST_DIR}/qorfp.pc.in ${PROJECT_BINARY_DIR}/qorfp.pc @ONLY)
+install(FILES ${PROJECT_BINARY_DIR}/qorfp.pc
+  DESTINATION ${QORFP_PKGCONFIG_DIR} COMPONENT development)
+
+# Programs find the library in the tree they were installed with.
+set(QORFP_PROGRAMS)
+if(QORFP_BUILD_TOOLS)
+  list(APPEND QORFP_PROGRAMS qorfp-cli qorfp-synth)
+endif()
+if(QORFP_BUILD_SELFTEST)
+  list(APPEND QORFP_PROGRAMS qorfp-selftest)
+endif()
+file(RELATIVE_PATH QORFP_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+foreach(PROGRAM IN LISTS QORFP_PROGRAMS)
+  set_target_properties(${PROGRAM} PROPERTIES INSTALL_RPATH "\$ORIGIN/${QORFP_BIN_TO_LIB}")
+  install(TARGETS ${PROGRAM} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+endforeach()
