@@ -16,11 +16,14 @@ build_packages=(
     pkg-config
 )
 
-# Tests in one configuration.
-test_packages=("${build_packages[@]}" libgtest-dev make zlib1g-dev)
+# Tests in one configuration; the measuring programs are among what is tested.
+test_packages=("${build_packages[@]}" libbenchmark-dev libgtest-dev make zlib1g-dev)
 
 # Tests in all configurations: clang, and its sanitizers' run-time library.
 all_test_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
+
+# Measuring time.
+bench_packages=("${build_packages[@]}" libbenchmark-dev python3)
 
 # install_packages LOG PACKAGE...: installs those that are missing and says which. Needs root or
 # sudo only when one is missing. On a system without apt it leaves the matter to the build.

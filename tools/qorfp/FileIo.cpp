@@ -97,7 +97,8 @@ void WriteBeside(const std::string& path, const struct stat* replaced, const Byt
     }
     try {
         WriteAll(file, path, bytes);
-        if (replaced != nullptr && fchmod(file.Number(), replaced->st_mode & kAllPermissions) != 0) {
+        if (replaced != nullptr &&
+            fchmod(file.Number(), replaced->st_mode & kAllPermissions) != 0) {
             FailWithErrno(path);
         }
         // On the disk before the name: a power cut leaves the old file or the new one.

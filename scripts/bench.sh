@@ -1,0 +1,62 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Measures how long the library's calls and stages take, on synthetic fingers, one core, release
+# build; prints a table with the targets. For figures worth keeping the machine must be quiet.
+#
+#   scripts/bench.sh [--filter REGEX] [--repetitions N] [--json FILE] [IMAGES...]
+#
+# REGEX: the works to measure (default: all but the growth series); N: runs, of which the median
+# counts (default 21); FILE: what Google Benchmark writes (default build/bench/speed.json). IMAGES:
+# folders of images <finger>_<impression>.pgm to extract as well (default: those in ../shared/data,
+# where there are any).
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/debian-packages.sh
+. scripts/bench-fingers.sh
+
+filter=-growth/
+repetitions=21
+json=build/bench/speed.json
+while [[ ${1:-} == --* ]]; do
+    [ $# -ge 2 ] || set -- --usage ''
+    case $1 in
+        --filter) filter=$2 ;;
+        --repetitions) repetitions=$2 ;;
+        --json) json=$2 ;;
+        *)
+            sed -n '/^#   scripts/,/^# where/s/^# \{0,1\}//p' "$0" >&2
+            exit 2
+            ;;
+    esac
+    shift 2
+done
+images=("$@")
+if [ $# -eq 0 ]; then
+    for folder in ../shared/data/*/; do
+        [ ! -d "$folder" ] || images+=("${folder%/}")
+    done
+fi
+
+mkdir -p build/bench
+install_packages build/bench/build.log "${bench_packages[@]}" >build/bench/packages.log || {
+    cat build/bench/packages.log >&2
+    exit 1
+}
+cmake --preset release -DQORFP_BUILD_BENCH=ON >build/bench/build.log
+cmake --build --preset release --target measure_speed qorfp-synth >>build/bench/build.log
+fingers=build/bench/fingers
+make_fingers build/release/tools/synth/qorfp-synth "$fingers" 24 4
+
+machine=$(lscpu | sed -n 's/^Model name: *//p')
+revision=$(git describe --always --dirty 2>/dev/null || echo unknown)
+log=build/bench/speed.log
+# In Google Benchmark's names, "/manual_time" follows: $ has to mean the end before that.
+build/release/bench/speed/measure_speed --fingers="$fingers" "${images[@]/#/--images=}" \
+    --benchmark_filter="${filter//\$//manual_time\$}" --benchmark_repetitions="$repetitions" \
+    --benchmark_min_time=0.02 --benchmark_out="$json" --benchmark_out_format=json \
+    --benchmark_context="machine=${machine:-unknown}" --benchmark_context="revision=$revision" \
+    >"$log" 2>&1 || {
+    grep 'ERROR OCCURRED' "$log" >&2 || tail -n 15 "$log" >&2
+    exit 1
+}
+python3 bench/report/speed_table.py "$json"
