@@ -48,6 +48,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/match/IndexScore.cpp
   ${PROJECT_SOURCE_DIR}/match/Match.cpp
   ${PROJECT_SOURCE_DIR}/match/MinutiaMean.cpp
+  ${PROJECT_SOURCE_DIR}/match/Neighbours.cpp
   ${PROJECT_SOURCE_DIR}/match/Octagon.cpp
   ${PROJECT_SOURCE_DIR}/match/ReferenceIndex.cpp
   ${PROJECT_SOURCE_DIR}/match/SimScore.cpp

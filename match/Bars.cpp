@@ -7,121 +7,66 @@
 
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
+#include "match/BarLength.h"
 #include "match/FPMatch.h"
+#include "match/Neighbours.h"
 
 namespace {
 
 using namespace qorfp;
 
 constexpr int32_t kMinMinutiaeForBars = 3;
-constexpr int32_t kShortestSquared = kMinBarLength * kMinBarLength;
-constexpr int32_t kLongestSquared = kMaxBarLength * kMaxBarLength;
-constexpr int32_t kMostNeighbours = 10;
-constexpr int32_t kFewNeighbours = 19;  // up to here the farthest are removed one by one
-constexpr int32_t kNoNeighbour = -1;
 constexpr int32_t kLongestTableSide = 127;
+constexpr int32_t kTableRow = 128;
 
-int32_t* DistanceRow(MatchContext* context, int32_t i) {
-    return context->neighbourDistance + i * kMaxMinutiae;
+// The direction, 0..239, that a difference or sum of two directions stands for.
+int32_t WrapDifference(int32_t difference) {
+    return difference < 0 ? difference + kTurn : difference;
 }
 
-// Squared distances of all pairs that can make a bar, and each minutia's number of neighbours.
-void FindNeighbours(MatchContext* context, const MinutiaSet& set) {
-    for (int32_t i = 0; i < set.count; ++i) {
-        context->neighbourCount[i] = 0;
-        for (int32_t j = 0; j < set.count; ++j) {
-            DistanceRow(context, i)[j] = kNoNeighbour;
-        }
-    }
-    for (int32_t i = 0; i < set.count; ++i) {
-        for (int32_t j = i + 1; j < set.count; ++j) {
-            const int32_t dx = set.minutiae[j].x - set.minutiae[i].x;
-            const int32_t dy = set.minutiae[j].y - set.minutiae[i].y;
-            if (Absolute(dx) > kMaxBarLength || Absolute(dy) > kMaxBarLength) {
-                continue;
-            }
-            const int32_t distSquared = Square(dx) + Square(dy);
-            if (distSquared >= kShortestSquared && distSquared <= kLongestSquared) {
-                DistanceRow(context, i)[j] = distSquared;
-                DistanceRow(context, j)[i] = distSquared;
-                ++context->neighbourCount[i];
-                ++context->neighbourCount[j];
-            }
-        }
-    }
+int32_t WrapSum(int32_t sum) {
+    return sum >= kTurn ? sum - kTurn : sum;
 }
 
-// Removes the farthest neighbours, the lowest-numbered first among equals, until ten are left.
-void RemoveFarthest(int32_t* row, int32_t minutiae, int32_t neighbours) {
-    for (; neighbours > kMostNeighbours; --neighbours) {
-        int32_t farthest = 0;
-        for (int32_t j = 1; j < minutiae; ++j) {
-            if (row[j] > row[farthest]) {
-                farthest = j;
-            }
-        }
-        row[farthest] = kNoNeighbour;
-    }
+// Direction of the vector (dx, dy), each side at most 127 long: that of atanB, without branches.
+int32_t DirectionOf(int32_t dx, int32_t dy) {
+    const int32_t angle = gnAtanB[Absolute(dy) * kTableRow + Absolute(dx)];
+    const int32_t axis = dx > 0 ? 0 : kHalfTurn;
+    const int32_t fromAxis = dx > 0 ? dy : -dy;
+    return WrapDifference(axis + (fromAxis < 0 ? -angle : angle));
 }
 
-// Removes all neighbours beyond the length at which ten are reached and, at that length, the
-// highest-numbered ones.
-void RemoveBeyondTenth(int32_t* row, int32_t minutiae, int32_t* histogram) {
-    memset(histogram, 0, kLengthBins * sizeof(histogram[0]));
-    for (int32_t j = 0; j < minutiae; ++j) {
-        if (row[j] != kNoNeighbour) {
-            ++histogram[sqrtA(row[j])];
-        }
-    }
-    int32_t limit = kMinBarLength;
-    int32_t kept = histogram[limit];
-    while (kept < kMostNeighbours) {
-        ++limit;
-        kept += histogram[limit];
-    }
-    for (int32_t j = minutiae - 1; j >= 0; --j) {
-        if (row[j] == kNoNeighbour) {
-            continue;
-        }
-        const int32_t length = sqrtA(row[j]);
-        if (length > limit) {
-            row[j] = kNoNeighbour;
-        } else if (length == limit && kept > kMostNeighbours) {
-            row[j] = kNoNeighbour;
-            --kept;
-        }
-    }
+// A minutia as an end of bars.
+struct BarEnd {
+    int32_t x;
+    int32_t y;
+    int32_t direction;  // 0..239
+};
+
+BarEnd EndAt(const Minutia& minutia) {
+    // Damaged templates have directions up to 255.
+    return {minutia.x, minutia.y, WrapSum(minutia.direction)};
 }
 
-void KeepNearestNeighbours(MatchContext* context, int32_t minutiae) {
-    for (int32_t i = 0; i < minutiae; ++i) {
-        const int32_t neighbours = context->neighbourCount[i];
-        if (neighbours > kFewNeighbours) {
-            RemoveBeyondTenth(DistanceRow(context, i), minutiae, context->lengthHistogram);
-        } else {
-            RemoveFarthest(DistanceRow(context, i), minutiae, neighbours);
-        }
-    }
-}
-
-Bar BarBetween(const MinutiaSet& set, int32_t first, int32_t second, int32_t distSquared) {
-    const Minutia& from = set.minutiae[first];
-    const Minutia& to = set.minutiae[second];
-    const int32_t length = sqrtA(distSquared);
+Bar BarBetween(const MinutiaSet& set, int32_t first, int32_t second) {
+    const BarEnd from = EndAt(set.minutiae[first]);
+    const BarEnd to = EndAt(set.minutiae[second]);
     int32_t dx = to.x - from.x;
     int32_t dy = to.y - from.y;
+    const int32_t length = LengthOf(Square(dx) + Square(dy));
     if (Absolute(dx) > kLongestTableSide || Absolute(dy) > kLongestTableSide) {
         dx = dx * kLongestTableSide / length;
         dy = dy * kLongestTableSide / length;
     }
-    const int32_t direction = atanB(0, 0, dx, dy);
+    const int32_t direction = DirectionOf(dx, dy);
     Bar bar;
     bar.first = static_cast<int16_t>(first);
     bar.second = static_cast<int16_t>(second);
     bar.length = length;
     bar.direction = static_cast<uint8_t>(direction);
-    bar.angleFirst = static_cast<uint8_t>(WrapAngle240(direction - from.direction));
-    bar.angleSecond = static_cast<uint8_t>(WrapAngle240(direction + kHalfTurn - to.direction));
+    bar.angleFirst = static_cast<uint8_t>(WrapDifference(direction - from.direction));
+    bar.angleSecond =
+        static_cast<uint8_t>(WrapDifference(WrapSum(direction + kHalfTurn) - to.direction));
     return bar;
 }
 
@@ -130,23 +75,21 @@ Bar Reversed(const Bar& bar) {
     reverse.first = bar.second;
     reverse.second = bar.first;
     reverse.length = bar.length;
-    reverse.direction = static_cast<uint8_t>(WrapAngle240(bar.direction + kHalfTurn));
+    reverse.direction = static_cast<uint8_t>(WrapSum(bar.direction + kHalfTurn));
     reverse.angleFirst = bar.angleSecond;
     reverse.angleSecond = bar.angleFirst;
     return reverse;
 }
 
-// One bar for each pair of which either side has kept the other as neighbour, at most 200.
-int32_t GenerateBars(MatchContext* context, const MinutiaSet& set, Bar* bars) {
+// One bar for each pair of which either side has the other as neighbour, at most 200.
+int32_t GenerateBars(const MinutiaSet& set, NeighbourBits* neighbours, Bar* bars) {
     int32_t count = 0;
     for (int32_t i = 0; i < set.count; ++i) {
-        const int32_t* row = DistanceRow(context, i);
-        for (int32_t j = 0; j < set.count; ++j) {
-            if (row[j] == kNoNeighbour) {
-                continue;
-            }
-            bars[count] = BarBetween(set, i, j, row[j]);
-            DistanceRow(context, j)[i] = kNoNeighbour;  // not again from the other side
+        const NeighbourBits self = static_cast<NeighbourBits>(1) << i;
+        for (NeighbourBits others = neighbours[i]; others != 0; others &= others - 1) {
+            const int32_t j = __builtin_ctzll(others);
+            neighbours[j] &= ~self;  // not again from the other side
+            bars[count] = BarBetween(set, i, j);
             ++count;
             if (count == kMaxBarPairs) {
                 return count;
@@ -159,20 +102,24 @@ int32_t GenerateBars(MatchContext* context, const MinutiaSet& set, Bar* bars) {
 // Counting sort by length, equal lengths in reverse order of generation; each bar is followed by
 // its reverse.
 void OrderByLength(MatchContext* context, int32_t count, Bar* bars) {
-    int32_t* histogram = context->lengthHistogram;
+    uint8_t* histogram = context->lengthHistogram;
     memset(histogram, 0, sizeof(context->lengthHistogram));
+    int32_t shortest = kMaxBarLength;
+    int32_t longest = 0;
     for (int32_t i = 0; i < count; ++i) {
-        ++histogram[context->unsortedBars[i].length];
+        const int32_t length = context->unsortedBars[i].length;
+        ++histogram[length];
+        shortest = Min(shortest, length);
+        longest = Max(longest, length);
     }
-    int32_t last = -1;  // last position of each length's range
-    for (int32_t length = 0; length < kLengthBins; ++length) {
-        last += histogram[length];
-        histogram[length] = last;
+    int32_t end = 0;  // of each length's range of positions
+    for (int32_t length = shortest; length <= longest; ++length) {
+        end += histogram[length];
+        histogram[length] = static_cast<uint8_t>(end);
     }
     for (int32_t i = 0; i < count; ++i) {
         const Bar& bar = context->unsortedBars[i];
-        const int32_t position = histogram[bar.length];
-        --histogram[bar.length];
+        const int32_t position = --histogram[bar.length];
         bars[2 * position] = bar;
         bars[2 * position + 1] = Reversed(bar);
     }
@@ -184,12 +131,12 @@ int32_t MakeBar(MatchContext* context, const MinutiaSet* set, Bar* bars, int32_t
     if (set->count < kMinMinutiaeForBars || set->count > kMaxMinutiae) {
         return 0;
     }
-    FindNeighbours(context, *set);
-    KeepNearestNeighbours(context, set->count);
+    FindNeighbours(*set, &context->neighbourWork);
+    NeighbourBits* neighbours = context->neighbourWork.neighbours;
     if (mode == 0) {
-        return GenerateBars(context, *set, bars);
+        return GenerateBars(*set, neighbours, bars);
     }
-    const int32_t count = GenerateBars(context, *set, context->unsortedBars);
+    const int32_t count = GenerateBars(*set, neighbours, context->unsortedBars);
     OrderByLength(context, count, bars);
     return 2 * count;
 }

@@ -11,6 +11,7 @@
 
 #include "engine/Minutia.h"
 #include "engine/Work.h"
+#include "match/Neighbours.h"
 
 namespace qorfp {
 
@@ -20,9 +21,7 @@ constexpr int32_t kMaxProbeBars = 200;
 constexpr int32_t kSectors = 12;  ///< of 20 angle steps, 30 degrees
 constexpr int32_t kSectorLists = kSectors * kSectors;
 constexpr int32_t kSectorEntries = 8 * kMaxBarPairs;  ///< a pair enters at most eight lists
-constexpr int32_t kMinBarLength = 15;                 ///< pixels
-constexpr int32_t kMaxBarLength = 200;
-constexpr int32_t kLengthBins = 202;
+constexpr int32_t kLengthBins = kMaxBarLength + 1;
 constexpr int32_t kShiftBins = 512;  ///< bin 256 is a shift of 0
 constexpr int32_t kShiftZeroBin = 256;
 constexpr int32_t kMaxMatchPairs = 120;
@@ -94,9 +93,8 @@ struct MatchContext {
     int32_t angleHistogram[240];
     int32_t xShiftHistogram[2 * qorfp::kShiftBins];  ///< bins, then working room
     int32_t yShiftHistogram[2 * qorfp::kShiftBins];
-    int32_t neighbourDistance[qorfp::kMaxMinutiae * qorfp::kMaxMinutiae];  ///< squared, or -1
-    int32_t neighbourCount[qorfp::kMaxMinutiae];
-    int32_t lengthHistogram[qorfp::kLengthBins];
+    qorfp::NeighbourWork neighbourWork;
+    uint8_t lengthHistogram[qorfp::kLengthBins];  ///< of at most 200 pairs
     Bar unsortedBars[qorfp::kMaxBarPairs];
 };
 
