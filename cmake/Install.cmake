@@ -55,16 +55,34 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/qorfp.pc.in ${PROJECT_BINARY_DIR}/qorfp
 install(FILES ${PROJECT_BINARY_DIR}/qorfp.pc
   DESTINATION ${QORFP_PKGCONFIG_DIR} COMPONENT development)
 
-# Programs find the library in the tree they were installed with.
-set(QORFP_PROGRAMS)
+# Programs find the library in the tree they were installed with. Each has a manual page.
+file(RELATIVE_PATH QORFP_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
+function(qorfp_install_program TARGET PAGE)
+  set_target_properties(${TARGET} PROPERTIES INSTALL_RPATH "\$ORIGIN/${QORFP_BIN_TO_LIB}")
+  install(TARGETS ${TARGET} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+  get_filename_component(NAME ${PAGE} NAME)
+  string(REGEX REPLACE "[.]in$" "" NAME ${NAME})
+  configure_file(${PAGE} ${PROJECT_BINARY_DIR}/man/${NAME} @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/man/${NAME}
+    DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
+endfunction()
+
 if(QORFP_BUILD_TOOLS)
-  list(APPEND QORFP_PROGRAMS qorfp-cli qorfp-synth)
+  qorfp_install_program(qorfp-cli ${PROJECT_SOURCE_DIR}/tools/qorfp/qorfp.1.in)
+  qorfp_install_program(qorfp-synth ${PROJECT_SOURCE_DIR}/tools/synth/qorfp-synth.1.in)
+
+  # bash loads the file that has the command's name: one file, three names.
+  set(QORFP_COMPLETION_DIR ${CMAKE_INSTALL_DATAROOTDIR}/bash-completion/completions)
+  install(FILES ${PROJECT_SOURCE_DIR}/tools/qorfp/qorfp.bash
+    DESTINATION ${QORFP_COMPLETION_DIR} RENAME qorfp COMPONENT tools)
+  foreach(NAME qorfp-synth qorfp-selftest)
+    file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/completions)
+    execute_process(COMMAND ${CMAKE_COMMAND} -E create_symlink
+      qorfp ${PROJECT_BINARY_DIR}/completions/${NAME})
+    install(FILES ${PROJECT_BINARY_DIR}/completions/${NAME}
+      DESTINATION ${QORFP_COMPLETION_DIR} COMPONENT tools)
+  endforeach()
 endif()
 if(QORFP_BUILD_SELFTEST)
-  list(APPEND QORFP_PROGRAMS qorfp-selftest)
+  qorfp_install_program(qorfp-selftest ${PROJECT_SOURCE_DIR}/tools/selftest/qorfp-selftest.1.in)
 endif()
-file(RELATIVE_PATH QORFP_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
-foreach(PROGRAM IN LISTS QORFP_PROGRAMS)
-  set_target_properties(${PROGRAM} PROPERTIES INSTALL_RPATH "\$ORIGIN/${QORFP_BIN_TO_LIB}")
-  install(TARGETS ${PROGRAM} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
-endforeach()
