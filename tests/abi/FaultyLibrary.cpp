@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A shared object with everything that the library must not have: an export of its own, the C++
-// run-time library, a start-up constructor, floating point. Linked with an executable stack and
+// A shared object with everything that the library must not have: an export of its own, a call of it
+// that another library can take over, the C++ run-time library, a start-up constructor, floating
+// point, an address in the code. Linked with an executable stack, without RELRO and BIND_NOW, and
 // under its own name. check_library.sh has to find each of them.
 #include <cstdint>
 #include <cstdlib>
@@ -12,15 +13,18 @@ double FloatingPoint(double value, int64_t whole);
 int ReadStarted();
 }
 
+// An address that the loader has to write into the code.
+__asm__(".pushsection .text\n\t.balign 8\n\t.dc.a ReadStarted\n\t.popsection");
+
 namespace {
 int started = std::rand();
 }  // namespace
 
 int* QORFP_NotInTheList(int value) {
-    return new int(value);
+    return new int(value + ReadStarted());
 }
 
-int ReadStarted() {
+__attribute__((noinline)) int ReadStarted() {
     return started;
 }
 

@@ -1,16 +1,18 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
-# Reads off the finished shared object what its users rely on: the exported names, the libraries it
-# needs, no C++ run-time library, no start-up code, integer arithmetic only.
+# Reads off the finished shared object what its users rely on: the exported names, the libraries and
+# functions it needs, no C++ run-time library, no start-up code, integer arithmetic only, nothing
+# writable that need not be.
 #
 #   check_library.sh [--sanitize NAMES] LIBRARY
 #
-# The library must not be stripped. With a sanitizer (NAMES not empty) nothing is checked: its
-# run-time library brings all of that in.
+# The library must not be stripped. READELF, NM and OBJDUMP name the tools for its machine. With a
+# sanitizer (NAMES not empty) nothing is checked: its run-time library brings all of that in.
 # Exit status: 0 as it should be, 1 not, 2 wrong use, 77 skipped.
 set -uo pipefail
 export LC_ALL=C
 here=$(dirname "$0")
+readelf=${READELF:-readelf} nm=${NM:-nm} objdump=${OBJDUMP:-objdump}
 
 if [ "${1:-}" = --sanitize ]; then
     if [ -n "$2" ]; then
@@ -33,9 +35,11 @@ report() {
     printf '%s:\n%s\n' "$1" "$(sed 's/^/    /' <<<"$2")"
 }
 
-dynamic=$(readelf -dW "$library") && sections=$(readelf -SW "$library") &&
-    segments=$(readelf -lW "$library") && symbols=$(nm "$library") &&
-    undefined=$(nm -u "$library") && code=$(objdump -d --no-show-raw-insn "$library") || exit 1
+dynamic=$("$readelf" -dW "$library") && sections=$("$readelf" -SW "$library") &&
+    segments=$("$readelf" -lW "$library") && relocations=$("$readelf" -rW "$library") &&
+    exported=$("$nm" -D --defined-only "$library" | awk '{print $NF}' | sort) &&
+    symbols=$("$nm" "$library") && undefined=$("$nm" -u "$library") &&
+    code=$("$objdump" -d --no-show-raw-insn "$library") || exit 1
 if [ -z "$symbols" ]; then
     echo "$library has no symbol table: it cannot be checked"
     exit 1
@@ -43,8 +47,12 @@ fi
 
 # Exported names.
 report "exported names differ from exports.txt (< expected, > exported)" "$(
-    diff "$here/exports.txt" <(nm -D --defined-only "$library" | awk '{print $NF}' | sort) |
-        grep '^[<>]')"
+    diff "$here/exports.txt" - <<<"$exported" | grep '^[<>]')"
+
+# The library's calls of its own exported functions must not go to another library's of that name.
+report "its own functions can be replaced" "$(
+    awk '/^[0-9a-f]+ +[0-9a-f]+ +R_/ {print $5}' <<<"$relocations" | sed 's/@.*//' | sort -u |
+        comm -12 - <(echo "$exported"))"
 
 # SONAME and needed libraries: the C library, and what belongs to it.
 report "SONAME is not libqorfp.so.1" "$(
@@ -80,31 +88,60 @@ elif grep -q INIT_ARRAY <<<"$sections"; then
     report "section list not understood" "$(grep INIT_ARRAY <<<"$sections")"
 fi
 
-# Floating point. Everywhere: the compiler's helper functions. On x86-64: the x87 unit, and SSE and
-# AVX instructions that calculate, compare or convert. Moves, shuffles and bitwise operations on the
-# same registers also carry integers (movups, shufps, andps) and are free.
+# Floating point. Everywhere: the compiler's helper functions.
 report "floating-point helper functions" "$(
     awk '{print $NF}' <<<"$symbols" | sed 's/@.*//' |
         grep -E '^__(add|sub|mul|div|neg|cmp|unord|eq|ne|lt|le|gt|ge|pow|extend|trunc|fix|fixuns|float|floatun)[a-z]*[sdxth]f[a-z0-9]*$|^__aeabi_(cd|cf|d|f|i2|ui2|l2|ul2)[a-z0-9]*$' |
         grep -vE '^__aeabi_(ldivmod|uldivmod|idiv|uidiv|idivmod|uidivmod)$')"
-if grep -q 'file format elf64-x86-64' <<<"$code"; then
-    mnemonics=$(awk -F '\t' '/^ *[0-9a-f]+:\t/ {print $2}' <<<"$code" |
-        sed -E 's/^((lock|rep[nez]*|notrack|bnd|data16|cs|ds|es|fs|gs|ss) )*//; s/ .*//' | sort | uniq -c)
-    if ! grep -qE '^ *[0-9]+ (call|ret)q?$' <<<"$mnemonics"; then
+
+# Instructions that calculate with floating-point numbers, compare or convert them. Loads, stores,
+# moves, shuffles and bitwise operations on the same registers also carry integers and are free.
+instructions=$(awk -F '\t' '/^ *[0-9a-f]+:\t/ {print $2 "\t" $3}' <<<"$code")
+case $(sed -n 's/.*file format //p' <<<"$code") in
+    elf64-x86-64)
+        # The x87 unit, SSE and AVX.
+        operations='add|sub|addsub|hadd|hsub|mul|div|sqrt|rsqrt|rcp|min|max|round|dp'
+        operations+='|cmp[a-z]*|ucomi|comi|getexp|getmant|scalef|rndscale|reduce|range|fixupimm'
+        return_instruction='^(call|ret)q?$'
+        floating="^(f[a-z0-9]+|v?($operations)(ss|sd|ps|pd)|v?cvt[a-z0-9]+|vfn?m(add|sub)[a-z0-9]+|pf[a-z0-9]+)\$"
+        prefixes='(lock|rep[nez]*|notrack|bnd|data16|cs|ds|es|fs|gs|ss)'
+        words=$(sed -E "s/^($prefixes )*//; s/[[:space:]].*//" <<<"$instructions")
+        ;;
+    elf32-littlearm)
+        # VFP and NEON name the type: .f16, .f32, .f64; VMRS fetches the result of a comparison. A
+        # register copied with its type is a copy; a constant with its type is not.
+        return_instruction='^(bl|bx|pop)(\.[nw])?$'
+        floating='^[a-z0-9]+(\.[a-z0-9]+)*\.b?f(16|32|64)(\.[a-z0-9]+)*$|^vmrs|^vmsr|^f(add|sub|mul|div|cmp|sito|uito|to)[a-z]*[sd]$'
+        words=$(sed -E '/^vmov(eq|ne|cs|cc|mi|pl|vs|vc|hi|ls|ge|lt|gt|le)?\.f(32|64)\t[sdq][0-9]+, [sdq][0-9]+$/d; s/[[:space:]].*//' <<<"$instructions")
+        ;;
+    elf64-littleaarch64)
+        return_instruction='^(bl|ret)$'
+        floating='^(f[a-z0-9]+|[su]cvtf|bf(cvt|dot|mla|mmla)[a-z0-9]*)$'
+        words=$(sed -E '/^fmov\t[][a-z0-9.]+, [a-z]/d; s/[[:space:]].*//' <<<"$instructions")
+        ;;
+    *)
+        return_instruction=
+        echo "instructions are not looked at on $(sed -n 's/.*file format //p' <<<"$code")"
+        ;;
+esac
+if [ -n "$return_instruction" ]; then
+    mnemonics=$(sort <<<"$words" | uniq -c | awk '{print $2 " " $1}')
+    grep -qE "${return_instruction%\$} " <<<"$mnemonics" ||
         report "disassembly not understood" "$(head -n 5 <<<"$mnemonics")"
-    fi
-    operations='add|sub|addsub|hadd|hsub|mul|div|sqrt|rsqrt|rcp|min|max|round|dp'
-    operations+='|cmp[a-z]*|ucomi|comi|getexp|getmant|scalef|rndscale|reduce|range|fixupimm'
-    report "floating-point instructions" "$(grep -E \
-        " (f[a-z0-9]+|v?($operations)(ss|sd|ps|pd)|v?cvt[a-z0-9]+|vfn?m(add|sub)[a-z0-9]+|pf[a-z0-9]+)\$" \
-        <<<"$mnemonics")"
-else
-    echo "instructions are looked at on x86-64 only; this is $(sed -n 's/.*file format //p' <<<"$code")"
+    report "floating-point instructions" "$(
+        cut -d ' ' -f 1 <<<"$mnemonics" | grep -E "$floating")"
 fi
 
 # Stack.
 grep -q 'GNU_STACK' <<<"$segments" || report "executable stack" "no GNU_STACK header"
 report "executable stack" "$(grep 'GNU_STACK' <<<"$segments" | grep 'RWE')"
+
+# What the loader has to write: nothing in the code; all addresses before the first call, so that
+# they can be read-only from then on.
+report "text relocations" "$(grep -E '\(TEXTREL\)|\(FLAGS\).*TEXTREL' <<<"$dynamic")"
+grep -q 'GNU_RELRO' <<<"$segments" || report "no RELRO" "no GNU_RELRO header"
+grep -qE '\(BIND_NOW\)|\(FLAGS\).*BIND_NOW|\(FLAGS_1\).*NOW' <<<"$dynamic" ||
+    report "no BIND_NOW" "functions are looked up at their first call"
 
 if [ "$failures" -ne 0 ]; then
     echo "$library: $failures of its properties are not as they should be"
