@@ -17,6 +17,7 @@ namespace qorfp {
 using U8x16 = uint8_t __attribute__((vector_size(16)));
 using I8x16 = int8_t __attribute__((vector_size(16)));
 using U16x8 = uint16_t __attribute__((vector_size(16)));
+using U32x4 = uint32_t __attribute__((vector_size(16)));
 using I16x8 = int16_t __attribute__((vector_size(16)));
 
 /// Bytes of a vector.

@@ -244,6 +244,35 @@ TEST(SmoothRidge, EqualsModelOnMediumAndLargeImages) {
     ExpectModel(testsupport::LargeImages(seed), false, seed + 12);
 }
 
+TEST(SmoothRidge, EqualsModelAtEveryWidthAndHeight) {
+    // Rows of fewer pixels than a vector, of just as many, and with every remainder.
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 24);
+    std::vector<NamedImage> images;
+    for (int32_t side = 5; side <= 70; ++side) {
+        const int32_t other = random.Between(5, 40);
+        images.push_back({std::to_string(side) + " x " + std::to_string(other),
+                          testsupport::NoiseImage(side, other, random)});
+        images.push_back({std::to_string(other) + " x " + std::to_string(side),
+                          testsupport::NoiseImage(other, side, random)});
+    }
+    ExpectModel(images, false, seed + 25);
+}
+
+TEST(SmoothRidge, WhiteAndBlackAreTheExtremesOfEverySum) {
+    // Binary images: sums of all weights, and of none, in either half of a 16-bit lane.
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 26);
+    std::vector<NamedImage> images;
+    for (int32_t zeroPerCent = 1; zeroPerCent < 100; zeroPerCent += 7) {
+        images.push_back({std::to_string(zeroPerCent) + " % black",
+                          testsupport::BinaryNoise(53, 50, random, zeroPerCent)});
+    }
+    ExpectModel(images, false, seed + 27);
+}
+
 TEST(SmoothRidge, EqualsModelForEveryOrientation) {
     const uint64_t seed = testsupport::Seed();
     SCOPED_TRACE(testsupport::SeedNote(seed));
