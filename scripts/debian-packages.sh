@@ -17,7 +17,7 @@ build_packages=(
 )
 
 # Tests in one configuration; the measuring programs are among what is tested.
-test_packages=("${build_packages[@]}" libbenchmark-dev libgtest-dev make python3
+test_packages=("${build_packages[@]}" abigail-tools libbenchmark-dev libgtest-dev make python3
     zlib1g-dev)
 
 # Tests in all configurations: clang, and its sanitizers' run-time library.

@@ -19,6 +19,7 @@ import pathlib
 import re
 import sys
 
+sys.dont_write_bytecode = True  # the sources may be read-only
 import stack_depth
 from machine_code import NotUnderstood, run, run_for_stderr
 

@@ -17,6 +17,7 @@ import argparse
 import pathlib
 import sys
 
+sys.dont_write_bytecode = True  # the sources may be read-only
 import call_graph
 from machine_code import Library, NotUnderstood
 
