@@ -26,6 +26,9 @@ all_test_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
 # Measuring time.
 bench_packages=("${build_packages[@]}" libbenchmark-dev python3)
 
+# Counting instructions, on the host and on emulated 32-bit ARM.
+count_packages=("${bench_packages[@]}" g++-arm-linux-gnueabihf qemu-user valgrind)
+
 # install_packages LOG PACKAGE...: installs those that are missing and says which. Needs root or
 # sudo only when one is missing. On a system without apt it leaves the matter to the build.
 install_packages() {

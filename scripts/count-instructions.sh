@@ -1,0 +1,96 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Counts the instructions that calls and stages execute, which no load on the machine changes: on
+# this machine with valgrind, on 32-bit ARM with the emulator. On ARM it also counts the calls of
+# division routines: many cores of this class have no divide instruction.
+#
+#   scripts/count-instructions.sh [--filter REGEX] [MACHINE...]
+#
+# MACHINE: host, armhf (with NEON), armhf-plain (without); default all three. REGEX: the works
+# (default: the public calls). Tables go to standard output, JSON to build/bench/counts/MACHINE.json.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/debian-packages.sh
+. scripts/bench-fingers.sh
+
+filter='^(extract/|verify/40|match-next/|index-score/|enroll/|improve)'
+if [ "${1:-}" = --filter ] && [ $# -ge 2 ]; then
+    filter=$2
+    shift 2
+fi
+machines=("$@")
+[ $# -gt 0 ] || machines=(host armhf armhf-plain)
+for machine in "${machines[@]}"; do
+    case $machine in
+        host | armhf | armhf-plain) ;;
+        *)
+            sed -n '/^#   scripts/,/^# (default/s/^# \{0,1\}//p' "$0" >&2
+            exit 2
+            ;;
+    esac
+done
+
+mkdir -p build/bench/counts
+log=build/bench/counts/build.log
+install_packages "$log" "${count_packages[@]}" >build/bench/packages.log || {
+    cat build/bench/packages.log >&2
+    exit 1
+}
+release=build/release
+cmake --preset release -DQORFP_BUILD_BENCH=ON >"$log"
+cmake --build --preset release --target count_calls qemu_counter qorfp-synth >>"$log"
+fingers=build/bench/fingers
+make_fingers "$release/tools/synth/qorfp-synth" "$fingers" 24 4
+
+# build_for MACHINE: the counted program for an emulated machine.
+build_for() {
+    local flags='-march=armv7-a -mfloat-abi=hard -Wno-psabi -mfpu='
+    case $1 in
+        armhf) flags+=neon ;;
+        armhf-plain) flags+=vfpv3-d16 ;;
+    esac
+    cmake -S . -B "build/count-$1" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQORFP_BUILD_TOOLS=OFF \
+        -DQORFP_BUILD_EXAMPLES=OFF -DQORFP_BUILD_BENCH=ON -DCMAKE_SYSTEM_NAME=Linux \
+        -DCMAKE_SYSTEM_PROCESSOR=armv7l -DCMAKE_C_COMPILER=arm-linux-gnueabihf-gcc \
+        -DCMAKE_CXX_COMPILER=arm-linux-gnueabihf-g++ -DCMAKE_C_FLAGS="$flags" \
+        -DCMAKE_CXX_FLAGS="$flags" >>"$log"
+    cmake --build "build/count-$1" --target count_calls >>"$log"
+}
+
+# count MACHINE WORK: files of functions and calls in the machine's folder.
+count() {
+    local machine=$1 work=$2
+    local base=build/bench/counts/$machine/${work//\//+}
+    local -a run=(bench/counting/count_calls --fingers="$fingers" --most-fingers=6
+        --list-divisor=20 "$work")
+    case $machine in
+        host)
+            valgrind --tool=callgrind --toggle-collect=CountedRun \
+                --callgrind-out-file="$base.callgrind" "$release/${run[0]}" "${run[@]:1}"
+            ;;
+        *)
+            # The Cortex-A9 has no divide instruction, and NEON where its maker chose to.
+            local cpu=cortex-a9
+            [ "$machine" = armhf ] || cpu+=,neon=off
+            qemu-arm -cpu "$cpu" -d plugin -D "$base.log" \
+                -plugin "$release/bench/counting/qemu_counter.so,root=CountedRun,out=$base.tsv" \
+                "build/count-$machine/${run[0]}" "${run[@]:1}"
+            ;;
+    esac >"$base.out" 2>&1 || {
+        tail -n 15 "$base.out" >&2
+        return 1
+    }
+    sed -n 's/^calls //p' "$base.out" >"$base.calls"
+}
+
+mapfile -t works < <("$release/bench/counting/count_calls" | grep -E "$filter")
+for machine in "${machines[@]}"; do
+    [ "$machine" = host ] || build_for "$machine"
+    rm -rf "build/bench/counts/$machine"
+    mkdir -p "build/bench/counts/$machine"
+    for work in "${works[@]}"; do
+        count "$machine" "$work"
+    done
+    python3 bench/report/count_table.py --json "build/bench/counts/$machine.json" "$machine" \
+        "build/bench/counts/$machine"
+done
