@@ -5,6 +5,7 @@
 // every machine; what depends on the order of the bytes within a lane is only in this file.
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 #include <string.h>
 
@@ -98,6 +99,120 @@ inline U8x16 NarrowMask(I16x8 low, I16x8 high) {
     const U8x16 b = AsLanes<U8x16>(high);
     return QORFP_PICK_LANES(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
 #endif
+}
+
+/// `value` in every lane.
+inline U16x8 EveryLane(uint16_t value) {
+    return value + U16x8{};
+}
+
+inline U8x16 Least(U8x16 a, U8x16 b) {
+    return a < b ? a : b;
+}
+
+inline U8x16 Greatest(U8x16 a, U8x16 b) {
+    return a > b ? a : b;
+}
+
+/// The upper 16 bits of each product: (a x b) >> 16.
+inline U16x8 MultiplyHigh(U16x8 a, U16x8 b) {
+#if defined(__SSE2__)
+    return AsLanes<U16x8>(_mm_mulhi_epu16(AsLanes<__m128i>(a), AsLanes<__m128i>(b)));
+#else
+    using U32x8 = uint32_t __attribute__((vector_size(32)));
+    const U32x8 product = __builtin_convertvector(a, U32x8) * __builtin_convertvector(b, U32x8);
+    return __builtin_convertvector(product >> 16, U16x8);
+#endif
+}
+
+/// Sixteen 16-bit lanes: a vector of bytes while it is calculated with.
+struct U16x16 {
+    U16x8 low;
+    U16x8 high;
+};
+
+inline U16x16 Widen(U8x16 bytes) {
+    return {WidenLow(bytes), WidenHigh(bytes)};
+}
+
+/// Every lane must be 0..255.
+inline U8x16 Narrow(U16x16 lanes) {
+    return Narrow(lanes.low, lanes.high);
+}
+
+inline U16x16 LoadLanes(const uint16_t* from) {
+    return {LoadVector<U16x8>(from), LoadVector<U16x8>(from + 8)};
+}
+
+inline void StoreLanes(U16x16 lanes, uint16_t* to) {
+    StoreVector(lanes.low, to);
+    StoreVector(lanes.high, to + 8);
+}
+
+inline U16x16 operator+(U16x16 a, U16x16 b) {
+    return {a.low + b.low, a.high + b.high};
+}
+
+inline U16x16 operator-(U16x16 a, U16x16 b) {
+    return {a.low - b.low, a.high - b.high};
+}
+
+/// The lower 16 bits of each product.
+inline U16x16 operator*(U16x16 a, U16x16 b) {
+    return {a.low * b.low, a.high * b.high};
+}
+
+inline U16x16 operator*(U16x16 lanes, uint16_t factor) {
+    return {lanes.low * factor, lanes.high * factor};
+}
+
+inline U16x16 operator>>(U16x16 lanes, int32_t bits) {
+    return {lanes.low >> bits, lanes.high >> bits};
+}
+
+/// The upper 16 bits of each product.
+inline U16x16 MultiplyHigh(U16x16 a, U16x16 b) {
+    return {MultiplyHigh(a.low, b.low), MultiplyHigh(a.high, b.high)};
+}
+
+inline U16x16 MultiplyHigh(U16x16 lanes, uint16_t factor) {
+    return {MultiplyHigh(lanes.low, EveryLane(factor)),
+            MultiplyHigh(lanes.high, EveryLane(factor))};
+}
+
+/// The table's entries at eight indices.
+inline U16x8 LookUpEight(const uint16_t* table, const uint8_t* at) {
+#if defined(__SSE2__)
+    // One insertion a lane; the general form below becomes moves and interleavings.
+    __m128i entries = _mm_cvtsi32_si128(table[at[0]]);
+    entries = _mm_insert_epi16(entries, table[at[1]], 1);
+    entries = _mm_insert_epi16(entries, table[at[2]], 2);
+    entries = _mm_insert_epi16(entries, table[at[3]], 3);
+    entries = _mm_insert_epi16(entries, table[at[4]], 4);
+    entries = _mm_insert_epi16(entries, table[at[5]], 5);
+    entries = _mm_insert_epi16(entries, table[at[6]], 6);
+    entries = _mm_insert_epi16(entries, table[at[7]], 7);
+    return AsLanes<U16x8>(entries);
+#else
+    return U16x8{table[at[0]], table[at[1]], table[at[2]], table[at[3]],
+                 table[at[4]], table[at[5]], table[at[6]], table[at[7]]};
+#endif
+}
+
+/// The table's entries at sixteen indices.
+inline U16x16 LookUp(const uint16_t* table, const uint8_t* at) {
+    return {LookUpEight(table, at), LookUpEight(table, at + 8)};
+}
+
+/// Calls work(x) for the bytes x .. x + 15, from left to right, until begin .. end - 1, at least 16,
+/// are covered. Unless their number is a multiple of 16 the first two vectors overlap: what work
+/// reads must not be what it wrote.
+template <class Work>
+inline void ForEachVector(ptrdiff_t begin, ptrdiff_t end, Work work) {
+    ptrdiff_t step = (end - begin - 1) % kVectorBytes + 1;
+    for (ptrdiff_t x = begin; x < end; x += step, step = kVectorBytes) {
+        work(x);
+    }
 }
 
 }  // namespace qorfp

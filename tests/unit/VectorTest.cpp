@@ -74,4 +74,77 @@ TEST(Vector, NarrowsMasks) {
               (Lanes<uint8_t>{0, 255, 255, 0, 0, 0, 255, 0, 255, 255, 0, 0, 0, 255, 0, 255}));
 }
 
+TEST(Vector, FillsEveryLane) {
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::EveryLane(40000)),
+              (Lanes<uint16_t>{40000, 40000, 40000, 40000, 40000, 40000, 40000, 40000}));
+}
+
+TEST(Vector, ComparesBytesWithoutSign) {
+    const U8x16 a = {0, 255, 127, 128, 1, 200, 9, 10, 0, 255, 127, 128, 1, 200, 9, 10};
+    const U8x16 b = {255, 0, 128, 127, 1, 100, 10, 9, 255, 0, 128, 127, 1, 100, 10, 9};
+    EXPECT_EQ(LanesOf<uint8_t>(qorfp::Least(a, b)),
+              (Lanes<uint8_t>{0, 0, 127, 127, 1, 100, 9, 9, 0, 0, 127, 127, 1, 100, 9, 9}));
+    EXPECT_EQ(LanesOf<uint8_t>(qorfp::Greatest(a, b)),
+              (Lanes<uint8_t>{255, 255, 128, 128, 1, 200, 10, 10,  //
+                              255, 255, 128, 128, 1, 200, 10, 10}));
+}
+
+TEST(Vector, MultipliesToTheUpperHalf) {
+    const U16x8 a = {0, 1, 65535, 65535, 256, 257, 32768, 40000};
+    const U16x8 b = {65535, 65535, 1, 65535, 256, 255, 2, 50000};
+    // 65535 x 65535 = 0xFFFE0001; 257 x 255 = 0xFFFF; 40000 x 50000 = 0x77359400.
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::MultiplyHigh(a, b)),
+              (Lanes<uint16_t>{0, 0, 0, 65534, 1, 0, 1, 30517}));
+}
+
+TEST(Vector, CalculatesInSixteenLanes) {
+    const U8x16 bytes = Counting(7, 16);
+    const qorfp::U16x16 wide = qorfp::Widen(bytes);
+    EXPECT_EQ(LanesOf<uint8_t>(qorfp::Narrow(wide)), LanesOf<uint8_t>(bytes));
+    std::array<uint16_t, 17> stored = {};
+    qorfp::StoreLanes(wide * 250 + wide - wide * wide, stored.data() + 1);
+    EXPECT_EQ(stored[0], 0);
+    for (size_t lane = 0; lane < 16; ++lane) {
+        const int32_t value = 7 + 16 * static_cast<int32_t>(lane);
+        EXPECT_EQ(stored[lane + 1], static_cast<uint16_t>(251 * value - value * value)) << lane;
+    }
+    const qorfp::U16x16 loaded = qorfp::LoadLanes(stored.data() + 1) >> 3;
+    const qorfp::U16x16 byFactor = qorfp::MultiplyHigh(loaded, 60000);
+    const qorfp::U16x16 byLanes = qorfp::MultiplyHigh(loaded, loaded);
+    for (size_t lane = 0; lane < 16; ++lane) {
+        const uint32_t value = stored[lane + 1] >> 3;
+        const bool isLow = lane < 8;
+        EXPECT_EQ(isLow ? byFactor.low[lane] : byFactor.high[lane - 8], value * 60000 >> 16);
+        EXPECT_EQ(isLow ? byLanes.low[lane] : byLanes.high[lane - 8], value * value >> 16);
+    }
+}
+
+TEST(Vector, LooksUpSixteenEntries) {
+    std::array<uint16_t, 256> table;
+    for (size_t index = 0; index < table.size(); ++index) {
+        table[index] = static_cast<uint16_t>(65535 - 200 * index);
+    }
+    const std::array<uint8_t, 16> at = {255, 0, 1, 254, 7, 7, 128, 127, 3, 99, 0, 255, 64, 2, 5, 6};
+    const qorfp::U16x16 entries = qorfp::LookUp(table.data(), at.data());
+    for (size_t lane = 0; lane < 16; ++lane) {
+        EXPECT_EQ(lane < 8 ? entries.low[lane] : entries.high[lane - 8], table[at[lane]]) << lane;
+    }
+}
+
+TEST(Vector, VectorsCoverEveryLengthInOrder) {
+    for (ptrdiff_t begin = 0; begin < 3; ++begin) {
+        for (ptrdiff_t length = 16; length <= 70; ++length) {
+            ptrdiff_t covered = begin;
+            ptrdiff_t last = -1;
+            qorfp::ForEachVector(begin, begin + length, [&](ptrdiff_t x) {
+                EXPECT_LE(x, covered) << "a gap";
+                EXPECT_GT(x, last) << "the same again";
+                last = x;
+                covered = x + 16;
+            });
+            EXPECT_EQ(covered, begin + length);
+        }
+    }
+}
+
 }  // namespace
