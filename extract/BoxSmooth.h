@@ -7,7 +7,7 @@
 
 namespace qorfp {
 
-/// 3 x 3 box mean of the image, clipped at its edges and truncated, in place; divisions by table.
+/// 3 x 3 box mean of the image, clipped at its edges and truncated, in place.
 void BoxSmooth(uint8_t* buffer, int32_t width, int32_t height);
 
 }  // namespace qorfp

@@ -8,6 +8,7 @@
 #include "engine/Work.h"
 #include "preprocess/BoxMean.h"
 #include "preprocess/FPPreprocess.h"
+#include "preprocess/Mean3x3.h"
 
 using namespace qorfp;
 
@@ -70,6 +71,12 @@ void SmoothImage(int32_t width, int32_t height, uint8_t* image, int32_t radius) 
     const int64_t sumsAt = (movedAt + imageBytes + 3) / 4 * 4;
     const int64_t sumsBytes = static_cast<int64_t>(width) * 4;
     if (sumsAt + sumsBytes > kWorkBytes) {
+        return;
+    }
+    if (radius == 1 && width >= kMinWidthOfMean3x3) {
+        // The rows by which the source is not moved make room for more sums.
+        static_assert(2 * kSumRowsOfMean3x3 == 1 + 1 + 4, "bytes a column");
+        Mean3x3(width, height, image, WorkAt<uint16_t>(image + (imageBytes + 1) / 2 * 2));
         return;
     }
     uint8_t* source = image + movedAt;
