@@ -57,12 +57,14 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/match/TriIndex.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/FPPreprocess.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/Mean3x3.cpp
+  ${PROJECT_SOURCE_DIR}/preprocess/Normalize9x9.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp)
 # What extraction spends its time on is written with vectors; the plain loops beside them, for other
 # sizes and radii, are kept small.
 set_source_files_properties(
+  ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp
   PROPERTIES COMPILE_OPTIONS -fno-tree-vectorize)
 set_target_properties(qorfp_objects PROPERTIES

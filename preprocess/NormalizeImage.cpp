@@ -7,6 +7,7 @@
 
 #include "engine/Work.h"
 #include "preprocess/FPPreprocess.h"
+#include "preprocess/Normalize9x9.h"
 
 namespace {
 
@@ -111,6 +112,14 @@ void NormalizeImage(int32_t width, int32_t height, uint8_t* image, int32_t meanR
     const size_t sumsBytes = static_cast<size_t>(width) * 4;
     static_assert(kMostScratchBytes + 4 + kMostScratchBytes / 8 < kWorkBytes, "room for the row");
     memmove(source, image, static_cast<size_t>(imageBytes));
+    if (meanRadius == kReachOf9x9 && devRadius == kReachOf9x9 && TakesNormalize9x9(width, height)) {
+        static_assert(kMostScratchBytes + kMostScratchBytes / 8 + 4 + sizeof(Normalize9x9Scratch) <=
+                          kWorkBytes,
+                      "fits behind every image that is not refused");
+        Normalize9x9(width, height, source, image,
+                     WorkAt<Normalize9x9Scratch>(image + (meansAt + 1) / 2 * 2));
+        return;
+    }
     int32_t* meanSums = WorkAt<int32_t>(image + sumsAt);
     memset(meanSums, 0, 2 * sumsBytes);
 
