@@ -65,6 +65,7 @@ add_library(qorfp_objects OBJECT
 # sizes and radii, are kept small.
 set_source_files_properties(
   ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
+  ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp
   PROPERTIES COMPILE_OPTIONS -fno-tree-vectorize)
 set_target_properties(qorfp_objects PROPERTIES

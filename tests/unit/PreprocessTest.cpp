@@ -365,6 +365,83 @@ TEST(PuttyImage, EqualsModel) {
     }
 }
 
+// Every remainder of the width modulo the length of a vector, at the least heights of a full window
+// and above, with the steepest contrasts there are.
+std::vector<NamedImage> VectorWidths(uint64_t seed) {
+    testsupport::Random random(seed + 31);
+    std::vector<NamedImage> images;
+    for (int32_t width = 15; width <= 50; ++width) {
+        const int32_t height = 8 + width % 5;
+        images.push_back({"noise, width " + std::to_string(width),
+                          testsupport::NoiseImage(width, height, random)});
+        images.push_back({"black and white, width " + std::to_string(width),
+                          testsupport::BinaryNoise(width, height, random, width * 2)});
+        Grid halves(width, height, 255);
+        for (int32_t y = 0; y < height; ++y) {
+            for (int32_t x = 0; x < width / 2; ++x) {
+                halves.At(x, y) = 0;
+            }
+        }
+        images.push_back({"two halves, width " + std::to_string(width), halves});
+    }
+    return images;
+}
+
+TEST(Preprocess, StagesEqualModelAtEveryVectorRemainder) {
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    WorkBuffer buffer;
+    for (const NamedImage& entry : VectorWidths(seed)) {
+        SCOPED_TRACE(entry.name);
+        const Grid smoothed = model::SmoothImage(entry.image, 1);
+        const Grid normalised = model::NormalizeImage(entry.image, 4, 4);
+        const Grid puttied = model::PuttyImage(entry.image);
+        WithEachFill(buffer, [&](WorkBuffer& work) {
+            ASSERT_EQ(FirstDifference(smoothed, Smooth(work, entry.image, 1)), "");
+            ASSERT_EQ(FirstDifference(normalised, Normalize(work, entry.image, 4, 4)), "");
+            ASSERT_EQ(FirstDifference(puttied, Putty(work, entry.image)), "");
+        });
+        if (HasFatalFailure()) {
+            return;
+        }
+    }
+}
+
+// With little or no room behind the image the stages take other ways, or none.
+TEST(Preprocess, ImagesThatNearlyFillTheBufferEqualModel) {
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 32);
+    WorkBuffer buffer;
+    constexpr int32_t kWidth = 400;
+    for (int32_t height = 494; height <= 512; ++height) {
+        SCOPED_TRACE(height);
+        const Grid image = testsupport::NoiseImage(kWidth, height, random);
+        const int32_t room = 512 - height;  // rows: 204,800 = 400 x 512
+        const Grid smoothed = room >= 6 ? model::SmoothImage(image, 1) : image;
+        const Grid puttied = room >= 2 ? model::PuttyImage(image) : image;
+        ASSERT_EQ(FirstDifference(smoothed, Smooth(buffer, image, 1)), "");
+        ASSERT_EQ(FirstDifference(puttied, Putty(buffer, image)), "");
+        ASSERT_TRUE(buffer.GuardsIntact());
+    }
+}
+
+TEST(NormalizeImage, EqualsModelWiderThanAnyAcceptedImage) {
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 33);
+    WorkBuffer buffer;
+    const int32_t sizes[4][2] = {{511, 40}, {512, 178}, {513, 40}, {3000, 12}};
+    for (const auto& size : sizes) {
+        SCOPED_TRACE(std::to_string(size[0]) + " x " + std::to_string(size[1]));
+        const Grid image = testsupport::NoiseImage(size[0], size[1], random);
+        const Grid expected = model::NormalizeImage(image, 4, 4);
+        EXPECT_NE(FirstDifference(image, expected), "");
+        ASSERT_EQ(FirstDifference(expected, Normalize(buffer, image, 4, 4)), "");
+        ASSERT_TRUE(buffer.GuardsIntact());
+    }
+}
+
 TEST(Preprocess, EqualsModel) {
     const uint64_t seed = testsupport::Seed();
     SCOPED_TRACE(testsupport::SeedNote(seed));
