@@ -2,7 +2,7 @@
 //
 // stack_use: how much stack the calls take when they run, the C library's part included. Each call
 // runs in a thread of its own after the unused part of the stack has been filled with a pattern; the
-// deepest byte that has changed tells. Prints a line "BYTES CALL" for each on standard error, because
+// deepest byte that has changed tells. The thread has the smallest stack that there is. Prints a line "BYTES CALL" for each on standard error, because
 // the library has lines for standard output.
 #include <pthread.h>
 #include <stdio.h>
@@ -10,7 +10,7 @@
 
 #include "tools/selftest/Pinned.h"
 
-enum { kStackBytes = 256 * 1024, kPattern = 0x5A, kMargin = 128, kListCount = 220 };
+enum { kStackBytes = 16 * 1024, kPattern = 0x5A, kMargin = 128, kListCount = 220 };
 
 typedef void Call(void);
 

@@ -8,11 +8,12 @@
   stack         deepest path from an exported call, see stack_depth.py
   stack_in_use  what the calls take when they run, with the C library's part (stack_use prints it)
 
-  check_budget.py [--renew] --budget FILE --objects FILE --exports FILE [--nm ...] [--objdump ...]
-                  [--readelf ...] LIBRARY [EMULATOR...] STACK_USE
+  check_budget.py [--renew] --budget FILE --document FILE --objects FILE --exports FILE [--nm ...]
+                  [--objdump ...] [--readelf ...] LIBRARY [EMULATOR...] STACK_USE
 
 With --renew the budget is set to 3 % above what is measured now (data and bss: as it is fixed). No
-budget may be above the ceilings below.
+budget may be above the ceilings below. The document has a row "| ... | `NAME` | BYTES |" for each line,
+which has to say the same.
 """
 import argparse
 import pathlib
@@ -82,10 +83,32 @@ def write_budget(path, measured):
     budget_file.write_text("\n".join([*comments, *rows, ""]), encoding="utf-8")
 
 
+DOCUMENT_ROW = re.compile(r"^(\|.*\| `(\w+)` \| )[\d,]+( \|)$", re.MULTILINE)
+
+
+def with_numbers(text, budget):
+    """A document's text with the budget in its rows."""
+    return DOCUMENT_ROW.sub(
+        lambda row: f"{row[1]}{budget[row[2]]:,}{row[3]}" if row[2] in budget else row[0], text)
+
+
+def document_is_current(path, budget, renew):
+    """Whether a document states the budget, after writing it there if asked."""
+    document = pathlib.Path(path)
+    text = document.read_text(encoding="utf-8")
+    current = with_numbers(text, budget)
+    if renew and text != current:
+        document.write_text(current, encoding="utf-8")
+        text = current
+    rows = [row[2] for row in DOCUMENT_ROW.finditer(text)]
+    return text == current and all(rows.count(name) == 1 for name in budget)
+
+
 def main():
     parser = argparse.ArgumentParser(description="Compare a library with its budget.")
     parser.add_argument("--renew", action="store_true")
     parser.add_argument("--budget", required=True)
+    parser.add_argument("--document", required=True)
     stack_depth.add_arguments(parser)
     parser.add_argument("stack_use", nargs="+")
     arguments = parser.parse_args()
@@ -98,6 +121,9 @@ def main():
         if arguments.renew:
             write_budget(arguments.budget, measured)
         budget = read_budget(arguments.budget)
+        if not document_is_current(arguments.document, budget, arguments.renew):
+            print(f"{arguments.document} does not state the budget: ninja renew_budget")
+            failed = True
     except (stack_depth.Refused, NotUnderstood) as error:
         print(f"check_budget: {error}")
         return 1

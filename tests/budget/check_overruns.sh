@@ -23,6 +23,10 @@ expect() {
             failed=1
         fi
     done
+    if ! grep -q 'integration.md does not state the budget' <<<"$output"; then
+        echo "a document with other numbers is not found"
+        failed=1
+    fi
     [ "$failed" -eq 0 ] || printf 'The report was:\n%s\n' "$output"
 }
 
