@@ -17,6 +17,8 @@ expected=(
     'SONAME is not libqorfp.so.1:'
     'its own functions can be replaced:'
     'needs more than the C library:'
+    'uses functions that are not in imports.txt:'
+    '    rand'
     'uses the C++ run-time library:'
     'start-up constructors:'
     '.init_array holds more than one pointer:'

@@ -62,6 +62,15 @@ report "needs more than the C library" "$(
     sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p' <<<"$dynamic" |
         grep -vxE 'libc\.so(\.6)?|libc\.musl-.*\.so\.1|libpthread\.so\.0|ld-(linux|musl).*\.so(\.[0-9])?')"
 
+# Of the C library, the functions of imports.txt: none that calls back, opens a file or keeps a state
+# of its own but malloc and printf. Not counted are what the start files refer to, weakly, and the
+# checking variants that -D_FORTIFY_SOURCE and -fstack-protector put in. assert() is there in builds
+# for debugging, raise() where the compiler's division reports a zero by a signal.
+report "uses functions that are not in imports.txt" "$(
+    sed -n 's/^ *U //p' <<<"$undefined" | sed -E 's/@.*//; s/^__(.*)_chk$/\1/' |
+        grep -vE '^(__stack_chk_(fail|guard)|_GLOBAL_OFFSET_TABLE_)$' | sort -u |
+        comm -23 - "$here/imports.txt")"
+
 # Undefined symbols of a C++ run-time library: std:: and the operators by their mangled names
 # (operator new, delete), exceptions, guards, type information. The start files' weak
 # __cxa_finalize is the C library's.
