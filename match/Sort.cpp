@@ -46,14 +46,14 @@ template <bool kHasValues>
 int32_t Partition(const Columns& columns, int32_t left, int32_t right) {
     const Element pivot = Take<kHasValues>(columns, left);
     while (left < right) {
-        while (columns.keys[right] >= pivot.key && left < right) {
+        while (left < right && columns.keys[right] >= pivot.key) {
             --right;
         }
         if (left < right) {
             Put<kHasValues>(columns, left, Take<kHasValues>(columns, right));
             ++left;
         }
-        while (columns.keys[left] <= pivot.key && left < right) {
+        while (left < right && columns.keys[left] <= pivot.key) {
             ++left;
         }
         if (left < right) {
