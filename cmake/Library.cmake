@@ -50,6 +50,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/match/MinutiaMean.cpp
   ${PROJECT_SOURCE_DIR}/match/Neighbours.cpp
   ${PROJECT_SOURCE_DIR}/match/Octagon.cpp
+  ${PROJECT_SOURCE_DIR}/match/ProbeSets.cpp
   ${PROJECT_SOURCE_DIR}/match/ReferenceIndex.cpp
   ${PROJECT_SOURCE_DIR}/match/SimScore.cpp
   ${PROJECT_SOURCE_DIR}/match/Sort.cpp

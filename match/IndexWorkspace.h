@@ -34,7 +34,7 @@ static_assert(sizeof(WorkKey) == 11, "the same record on every machine");
 
 constexpr int32_t kTurnLevels = 30;  ///< values of WorkKey::a, circular
 constexpr int32_t kBuckets = kTurnLevels * kTurnLevels;
-constexpr int32_t kTurnReach = 2;  ///< levels by which two a values may differ
+constexpr int32_t kTurnReach = 2;  ///< levels by which two a values may differ, circularly
 constexpr int32_t kBucketsPerKey = (2 * kTurnReach + 1) * (2 * kTurnReach + 1);
 constexpr int32_t kPlaneEntries = kMaxWorkKeys * kBucketsPerKey;
 constexpr int32_t kPlanes = 3;
@@ -50,12 +50,41 @@ struct Plane {
     uint8_t entries[kPlaneEntries];  ///< key numbers, ascending inside a bucket
 };
 
-/// Scratch for one candidate of an index score.
+/// Some of the probe's keys: bit k stands for key k.
+using KeySet = uint32_t;
+static_assert(kMaxWorkKeys <= 32, "a bit for each key");
+
+/// A key set for each plane. The last one fills 16 bytes and is always empty.
+struct PlaneSets {
+    KeySet plane[kPlanes + 1];
+};
+
+constexpr int32_t kPackedTurns = 32;   ///< values that the 5 bits of a packed a value can have
+constexpr int32_t kPackedValues = 16;  ///< and the 4 bits of a b or c value
+constexpr int32_t kPairSlots = 2;      ///< of a plane's pair: the first and the second
+
+/// The probe's keys as sets, so that a stored key meets all of them at once: those in its buckets,
+/// and those whose first, or second, slot of a plane's pair agrees with one of its slots.
+struct ProbeSets {
+    PlaneSets bucket[kPackedTurns * kPackedTurns];           ///< first value + 32 x second value
+    PlaneSets placed[kPairSlots][kKeySlots][kPackedValues];  ///< by the stored slot and its b
+    PlaneSets distant[kPairSlots][kPackedValues];            ///< by the stored slot's c
+};
+
+/// The probe keys that agree with a stored key in two slots: by the pair of stored slots, numbered
+/// like the planes, and the plane of the probe's pair.
+struct LikeKeys {
+    PlaneSets ofPair[kPlanes];
+};
+
+/// Scratch of the index scores.
 struct IndexScoreScratch {
-    int32_t probeScore[kMaxWorkKeys];      ///< best pair score of each probe key
-    int32_t storedScore[kMaxStoredKeys];   ///< best pair score of each stored key
-    int8_t probePartner[kMaxWorkKeys];     ///< stored key of the best pair, -1: none
-    int8_t storedPartner[kMaxStoredKeys];  ///< probe key of the best pair, -1: none
+    ProbeSets sets;  ///< made from the keys and planes by every call
+
+    // Of one candidate.
+    LikeKeys like[kMaxStoredKeys];
+    int32_t probeBest[kMaxWorkKeys];     ///< best partner of each probe key with its score, or 0
+    int32_t storedBest[kMaxStoredKeys];  ///< the same of each stored key that has partners
     uint8_t storedDirection[kMaxStoredKeys];
     int32_t clusterCentre[kMaxWorkKeys];  ///< rotations, 0..239
     int32_t clusterSum[kMaxWorkKeys];

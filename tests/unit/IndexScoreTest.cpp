@@ -505,6 +505,34 @@ TEST_F(IndexScoreTest, AgreesWithTheModelOnRandomKeys) {
     EXPECT_GE(scored, 250);
 }
 
+/// A key of few values, between which most pairs of slots agree in several ways.
+IndexKey CommonKey(Random& random) {
+    constexpr uint8_t kTurns[] = {29, 0, 1, 2, 3};
+    IndexKey key;
+    for (size_t s = 0; s < 3; ++s) {
+        key.a[s] = kTurns[random.Below(5)];
+        key.b[s] = static_cast<uint8_t>(7 * random.Below(3) + random.Below(2));
+        key.c[s] = static_cast<uint8_t>(random.Between(3, 5));
+    }
+    key.direction = static_cast<uint8_t>(random.Below(20));
+    return key;
+}
+
+TEST_F(IndexScoreTest, AgreesWithTheModelWhereKeysCompete) {
+    const uint64_t seed = testsupport::Seed() + 4;
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    Random random(seed);
+    for (int32_t round = 0; round < 400; ++round) {
+        std::vector<IndexKey> probe(static_cast<size_t>(random.Between(1, 30)));
+        std::vector<IndexKey> stored(static_cast<size_t>(random.Between(1, 19)));
+        std::generate(probe.begin(), probe.end(), [&] { return CommonKey(random); });
+        std::generate(stored.begin(), stored.end(), [&] { return CommonKey(random); });
+        const std::vector<uint8_t> area = model::PackIndexKeys(stored);
+        ASSERT_EQ(ScoreOf(probe, stored), static_cast<int32_t>(model::IndexScore(probe, area)))
+            << "round " << round;
+    }
+}
+
 TEST_F(IndexScoreTest, AgreesWithTheModelOnTemplates) {
     const uint64_t seed = testsupport::Seed() + 3;
     SCOPED_TRACE(testsupport::SeedNote(seed));

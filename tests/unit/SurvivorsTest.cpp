@@ -88,6 +88,7 @@ TEST(Survivors, IndexScoresRefuseADamagedIndex) {
     const std::vector<IndexDamage> damages = {
         {"more keys than there is room", [](qorfp::IndexWorkspace& w) { w.keyCount = 31; }},
         {"negative key count", [](qorfp::IndexWorkspace& w) { w.keyCount = -1; }},
+        {"value of no key", [](qorfp::IndexWorkspace& w) { w.keys[0].a[1] = 30; }},
         {"entry of no key", [](qorfp::IndexWorkspace& w) { w.planes[1].entries[0] = 30; }},
         {"bucket behind the entries",
          [](qorfp::IndexWorkspace& w) {
