@@ -12,7 +12,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/debian-packages.sh
-. scripts/bench-fingers.sh
+. scripts/bench-common.sh
 
 filter=-growth/
 repetitions=21
@@ -38,14 +38,11 @@ if [ $# -eq 0 ]; then
 fi
 
 mkdir -p build/bench
-install_packages build/bench/build.log "${bench_packages[@]}" >build/bench/packages.log || {
-    cat build/bench/packages.log >&2
-    exit 1
-}
-cmake --preset release -DQORFP_BUILD_BENCH=ON >build/bench/build.log
-cmake --build --preset release --target measure_speed qorfp-synth >>build/bench/build.log
-fingers=build/bench/fingers
-make_fingers build/release/tools/synth/qorfp-synth "$fingers" 24 4
+build_log=build/bench/build.log
+: >"$build_log"
+need_packages "$build_log" "${bench_packages[@]}"
+build_release "$build_log" measure_speed qorfp-synth
+make_bench_fingers
 
 machine=$(lscpu | sed -n 's/^Model name: *//p')
 revision=$(git describe --always --dirty 2>/dev/null || echo unknown)

@@ -4,27 +4,36 @@
 # this machine with valgrind, on 32-bit ARM with the emulator. On ARM it also counts the calls of
 # division routines: many cores of this class have no divide instruction.
 #
-#   scripts/count-instructions.sh [--filter REGEX] [MACHINE...]
+#   scripts/count-instructions.sh [--check] [--filter REGEX] [MACHINE...]
 #
 # MACHINE: host, armhf (with NEON), armhf-plain (without); default all three. REGEX: the works
 # (default: the public calls). Tables go to standard output, JSON to build/bench/counts/MACHINE.json.
+# --check: exit status 1 when a target is not met.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/debian-packages.sh
-. scripts/bench-fingers.sh
+. scripts/bench-common.sh
 
 filter='^(extract/|verify/40|match-next/|index-score/|enroll/|improve)'
-if [ "${1:-}" = --filter ] && [ $# -ge 2 ]; then
-    filter=$2
-    shift 2
-fi
+check=()
+while [[ ${1:-} == --* ]]; do
+    case $1 in
+        --check) check=(--check) ;;
+        --filter)
+            filter=${2:-}
+            shift
+            ;;
+        *) break ;;
+    esac
+    shift
+done
 machines=("$@")
 [ $# -gt 0 ] || machines=(host armhf armhf-plain)
 for machine in "${machines[@]}"; do
     case $machine in
         host | armhf | armhf-plain) ;;
         *)
-            sed -n '/^#   scripts/,/^# (default/s/^# \{0,1\}//p' "$0" >&2
+            sed -n '/^#   scripts/,/^# --check/s/^# \{0,1\}//p' "$0" >&2
             exit 2
             ;;
     esac
@@ -32,15 +41,11 @@ done
 
 mkdir -p build/bench/counts
 log=build/bench/counts/build.log
-install_packages "$log" "${count_packages[@]}" >build/bench/packages.log || {
-    cat build/bench/packages.log >&2
-    exit 1
-}
+: >"$log"
+need_packages "$log" "${count_packages[@]}"
+build_release "$log" count_calls qemu_counter qorfp-synth
+make_bench_fingers
 release=build/release
-cmake --preset release -DQORFP_BUILD_BENCH=ON >"$log"
-cmake --build --preset release --target count_calls qemu_counter qorfp-synth >>"$log"
-fingers=build/bench/fingers
-make_fingers "$release/tools/synth/qorfp-synth" "$fingers" 24 4
 
 # build_for MACHINE: the counted program for an emulated machine.
 build_for() {
@@ -65,7 +70,7 @@ count() {
         --list-divisor=20 "$work")
     case $machine in
         host)
-            valgrind --tool=callgrind --toggle-collect=CountedRun \
+            valgrind --tool=callgrind --instr-atstart=no --toggle-collect=CountedRun \
                 --callgrind-out-file="$base.callgrind" "$release/${run[0]}" "${run[@]:1}"
             ;;
         *)
@@ -84,6 +89,7 @@ count() {
 }
 
 mapfile -t works < <("$release/bench/counting/count_calls" | grep -E "$filter")
+status=0
 for machine in "${machines[@]}"; do
     [ "$machine" = host ] || build_for "$machine"
     rm -rf "build/bench/counts/$machine"
@@ -91,6 +97,7 @@ for machine in "${machines[@]}"; do
     for work in "${works[@]}"; do
         count "$machine" "$work"
     done
-    python3 bench/report/count_table.py --json "build/bench/counts/$machine.json" "$machine" \
-        "build/bench/counts/$machine"
+    python3 bench/report/count_table.py "${check[@]}" "$machine" "build/bench/counts/$machine" \
+        "build/bench/counts/$machine.json" || status=1
 done
+exit "$status"

@@ -8,8 +8,9 @@
 //
 //   qemu-arm -d plugin -plugin qemu_counter.so,root=FUNCTION,out=FILE PROGRAM
 //
-// FILE: a line "name calls inclusive own divisions" for each function, separated by tabs;
-// divisions are the calls of the compiler's division routines, with what the function calls.
+// FILE: a line "name calls inclusive own divisions ownDivisions" for each function, separated by
+// tabs; divisions are the calls of the compiler's division routines, with those of what the function
+// calls, and its own.
 
 #include <cxxabi.h>
 
@@ -27,6 +28,8 @@ int qemu_plugin_version = 1;
 
 namespace {
 
+constexpr char kNoSymbol[] = "(no symbol)";
+
 struct Function {
     std::string name;
     bool isDivision = false;
@@ -34,6 +37,7 @@ struct Function {
     uint64_t inclusive = 0;
     uint64_t own = 0;
     uint64_t divisions = 0;
+    uint64_t ownDivisions = 0;
     int active = 0;  // times on the stack
 };
 
@@ -85,7 +89,7 @@ class Counter {
 
     Block* AddBlock(const Block& block, const char* symbol) {
         blocks_.push_back(std::make_unique<Block>(block));
-        blocks_.back()->function = FunctionOf(symbol != nullptr ? symbol : "(no symbol)");
+        blocks_.back()->function = FunctionOf(symbol != nullptr ? symbol : kNoSymbol);
         return blocks_.back().get();
     }
 
@@ -110,9 +114,10 @@ class Counter {
         for (const auto& entry : functions_) {
             const Function& function = *entry.second;
             if (function.calls > 0 || function.own > 0) {
-                std::fprintf(file, "%s\t%llu\t%llu\t%llu\t%llu\n", Readable(function.name).c_str(),
-                             Number(function.calls), Number(function.inclusive),
-                             Number(function.own), Number(function.divisions));
+                std::fprintf(file, "%s\t%llu\t%llu\t%llu\t%llu\t%llu\n",
+                             Readable(function.name).c_str(), Number(function.calls),
+                             Number(function.inclusive), Number(function.own),
+                             Number(function.divisions), Number(function.ownDivisions));
             }
         }
         std::fclose(file);
@@ -151,12 +156,25 @@ class Counter {
     }
 
     void Push(Function* function, uint64_t returnAddress) {
-        if (function->isDivision && (stack_.empty() || !stack_.back().function->isDivision)) {
+        if (function->isDivision && !IsDividing()) {
             ++divisions_;
+            CallerOfDivision()->ownDivisions += 1;
         }
         ++function->calls;
         ++function->active;
         stack_.push_back({function, returnAddress, executed_, divisions_});
+    }
+
+    // A division routine may go on in another one.
+    bool IsDividing() const { return stack_.empty() || stack_.back().function->isDivision; }
+
+    // Some division routines have an entry without a symbol, through which they are called.
+    Function* CallerOfDivision() const {
+        size_t frame = stack_.size() - 1;
+        while (frame > 0 && stack_[frame].function->name == kNoSymbol) {
+            --frame;
+        }
+        return stack_[frame].function;
     }
 
     void Pop() {

@@ -87,61 +87,70 @@ Work Verification(Inputs& inputs, Pairs which) {
     return work;
 }
 
+// Buffers that `prepare` has filled, one a couple, and the one that a work uses.
+struct PreparedBuffers {
+    std::vector<WorkBuffer> prepared;
+    WorkBuffer current;
+};
+
+// A work on the buffer that `prepare(couple, buffer)` makes for each couple.
+template <class Prepare>
+Work WorkOnBuffers(const std::vector<Couple>& couples, Prepare prepare,
+                   std::function<void(uint8_t*, int)> run) {
+    auto buffers = std::make_shared<PreparedBuffers>();
+    buffers->prepared.resize(couples.size());
+    for (size_t i = 0; i < couples.size(); ++i) {
+        prepare(couples[i], buffers->prepared[i].Bytes());
+    }
+    Work work;
+    work.cases = static_cast<int>(couples.size());
+    work.restore = [buffers](int i) {
+        buffers->current = buffers->prepared[static_cast<size_t>(i)];
+    };
+    work.run = [buffers, run](int i) { run(buffers->current.Bytes(), i); };
+    return work;
+}
+
+// The reference side of the couple's first template, as a comparison leaves it.
+void PrepareProbe(const Couple& couple, uint8_t* buffer) {
+    int32_t score = 0;
+    IMatch(buffer, couple.a->bytes.data(), couple.a->bytes.data(), &score);
+}
+
 // Each finger's first impression as the prepared probe, the impressions of all others as the list.
 Work MatchNextWork(Inputs& inputs) {
     const std::vector<Couple> couples = OrdinaryCouples(inputs);
-    auto buffer = std::make_shared<WorkBuffer>();
-    Work work;
-    work.cases = static_cast<int>(couples.size());
-    work.callsPerCase = 2 * (work.cases - 1);
-    work.restore = [couples, buffer](int i) {
-        const uint8_t* probe = couples[static_cast<size_t>(i)].a->bytes.data();
-        int32_t score = 0;
-        IMatch(buffer->Bytes(), probe, probe, &score);
-    };
-    work.run = [couples, buffer](int i) {
+    Work work = WorkOnBuffers(couples, PrepareProbe, [couples](uint8_t* buffer, int i) {
         for (size_t k = 1; k < couples.size(); ++k) {
             const Couple& candidates = couples[(static_cast<size_t>(i) + k) % couples.size()];
             int32_t score = 0;
-            IMatch(buffer->Bytes(), nullptr, candidates.a->bytes.data(), &score);
-            IMatch(buffer->Bytes(), nullptr, candidates.b->bytes.data(), &score);
+            IMatch(buffer, nullptr, candidates.a->bytes.data(), &score);
+            IMatch(buffer, nullptr, candidates.b->bytes.data(), &score);
         }
-    };
+    });
+    work.callsPerCase = 2 * (work.cases - 1);
     return work;
 }
 
 // The reference side and the alignment, as parts of a comparison.
 Work ReferenceWork(Inputs& inputs) {
-    const std::vector<Couple> couples = OrdinaryCouples(inputs);
-    auto buffer = std::make_shared<WorkBuffer>();
-    Work work;
-    work.cases = static_cast<int>(couples.size());
-    work.restore = [couples, buffer](int i) {
-        const Template& bytes = couples[static_cast<size_t>(i)].a->bytes;
-        MatchContext* context = qorfp::WorkAt<MatchContext>(buffer->Bytes());
-        std::memset(context, 0, sizeof(*context));
-        context->reference = DecodedSet(bytes);
+    const auto prepare = [](const Couple& couple, uint8_t* buffer) {
+        qorfp::WorkAt<MatchContext>(buffer)->reference = DecodedSet(couple.a->bytes);
     };
-    work.run = [buffer](int) { MakeFirstInfo(qorfp::WorkAt<MatchContext>(buffer->Bytes())); };
-    return work;
+    return WorkOnBuffers(OrdinaryCouples(inputs), prepare, [](uint8_t* buffer, int) {
+        MakeFirstInfo(qorfp::WorkAt<MatchContext>(buffer));
+    });
 }
 
 Work AlignmentWork(Inputs& inputs) {
-    const std::vector<Couple> couples = OrdinaryCouples(inputs);
-    auto buffer = std::make_shared<WorkBuffer>();
-    Work work;
-    work.cases = static_cast<int>(couples.size());
-    work.restore = [couples, buffer](int i) {
-        const Couple& couple = couples[static_cast<size_t>(i)];
-        int32_t score = 0;
-        IMatch(buffer->Bytes(), couple.a->bytes.data(), couple.a->bytes.data(), &score);
-        qorfp::WorkAt<MatchWork>(buffer->Bytes())->context.probe = DecodedSet(couple.b->bytes);
+    const auto prepare = [](const Couple& couple, uint8_t* buffer) {
+        PrepareProbe(couple, buffer);
+        qorfp::WorkAt<MatchWork>(buffer)->context.probe = DecodedSet(couple.b->bytes);
     };
-    work.run = [buffer](int) {
-        MatchWork* match = qorfp::WorkAt<MatchWork>(buffer->Bytes());
+    return WorkOnBuffers(OrdinaryCouples(inputs), prepare, [](uint8_t* buffer, int) {
+        MatchWork* match = qorfp::WorkAt<MatchWork>(buffer);
         Alignment(&match->context, &match->result, 0);
-    };
-    return work;
+    });
 }
 
 std::vector<uint8_t> FirstThree(const std::vector<const Impression*>& impressions) {

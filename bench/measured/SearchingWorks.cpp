@@ -49,9 +49,9 @@ Work IndexScoring(Inputs& inputs, int32_t length) {
         MakeGallery(inputs, inputs.ListLength(length), Arrangement::kAsTheyCome));
     auto buffer = std::make_shared<WorkBuffer>();
     auto scores = std::make_shared<std::vector<int32_t>>(static_cast<size_t>(gallery->count));
+    ISetIndex(buffer->Bytes(), gallery->probe.data());  // survives the scores
     Work work;
     work.callsPerCase = gallery->count;
-    work.restore = [gallery, buffer](int) { ISetIndex(buffer->Bytes(), gallery->probe.data()); };
     work.run = [gallery, buffer, scores](int) {
         IGetScoreA(buffer->Bytes(), gallery->list.data(), gallery->count, scores->data());
     };

@@ -1,8 +1,11 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""count_table.py [--json FILE] TITLE FOLDER: tables of the counts of a machine. FOLDER holds a file
-of functions (.callgrind or .tsv) for each work, and beside it the number of calls (.calls)."""
+"""count_table.py [--check] MACHINE FOLDER JSON: tables of the counts of a machine (host, armhf or
+armhf-plain), and the same as JSON. FOLDER holds a file of functions (.callgrind or .tsv) for each
+work, and beside it the number of calls (.calls). With --check the exit status is 1 when a target is
+not met."""
 
+import dataclasses
 import json
 import pathlib
 import sys
@@ -11,55 +14,78 @@ import counts
 import speed
 
 SMALLEST_SHARE = 0.004  # of a call, to be shown
+TARGET_KEYS = {"host": ("instructions", None),
+               "armhf": ("armhf_instructions", "armhf_divisions")}
 
 
-def target_of(title, work):
-    """The most instructions that a call may take; None without a target."""
-    keys = {"host": "instructions", "armhf": "armhf_instructions"}
-    return speed.targets().get(work, {}).get(keys.get(title, ""))
+def read_folder(folder):
+    """The counts by work."""
+    works = {}
+    for calls_file in sorted(pathlib.Path(folder).glob("*.calls")):
+        functions = next(path for path in map(calls_file.with_suffix, (".callgrind", ".tsv"))
+                         if path.exists())
+        works[calls_file.stem.replace("+", "/")] = counts.read(str(functions),
+                                                               int(calls_file.read_text()))
+    return works
 
 
-def show(title, work, count):
-    """Prints a work's table."""
+def verdict(number, target):
+    """What a number is against its target; empty without one."""
+    return "" if target is None else (
+        f" (target {target:,}: {'met' if number <= target else 'NOT met'})")
+
+
+def show_divisions(count, target):
+    """Prints who divides at run time. True when the target is met."""
+    total = count.functions[counts.ROOT].divisions / count.calls
+    print(f"  divisions at run time: {total:,.1f} a call{verdict(total, target)}")
+    for name, function in sorted(count.functions.items(), key=lambda i: -i[1].own_divisions):
+        if function.own_divisions >= count.calls:
+            print(f"    {function.own_divisions / count.calls:12,.1f} in {name}")
+    return target is None or total <= target
+
+
+def show(machine, work, count):
+    """Prints a work's tables. True when its targets are met."""
+    keys = TARGET_KEYS.get(machine, (None, None))
+    target, division_target = [speed.targets().get(work, {}).get(key) for key in keys]
     total = count.total()
-    target = target_of(title, work)
-    verdict = "" if target is None else (
-        f" (target {target:,}: {'met' if total <= target else 'NOT met'})")
-    print(f"\n{work} on {title}: {total:,.0f} instructions a call{verdict}")
+    print(f"\n{work} on {machine}: {total:,.0f} instructions a call{verdict(total, target)}")
     print(f"  {'function, with what it calls':34} {'times':>9} {'instructions':>13} {'share':>7} "
-          f"{'its own':>12} {'divisions':>10}")
+          f"{'its own':>12}")
     for name, function in sorted(count.functions.items(), key=lambda item: -item[1].inclusive):
         share = function.inclusive / count.functions[counts.ROOT].inclusive
         if counts.is_of_library(name) and share >= SMALLEST_SHARE:
             print(f"  {name[:34]:34} {function.calls / count.calls:9,.2f} "
                   f"{function.inclusive / count.calls:13,.0f} {100 * share:6.1f} % "
-                  f"{function.own / count.calls:12,.0f} "
-                  f"{function.divisions / count.calls if function.divisions else 0:10,.1f}")
+                  f"{function.own / count.calls:12,.0f}")
+    divides_little = machine == "host" or show_divisions(count, division_target)
+    return divides_little and (target is None or total <= target)
+
+
+def per_call(count):
+    """The numbers of a work as JSON, each divided by the calls."""
+    return {
+        "calls": count.calls,
+        "instructions": count.total(),
+        "divisions": count.functions[counts.ROOT].divisions / count.calls,
+        "functions": {
+            name: {key: value / count.calls for key, value in dataclasses.asdict(function).items()}
+            for name, function in count.functions.items() if counts.is_of_library(name)},
+    }
 
 
 def main():
     arguments = sys.argv[1:]
-    out = arguments.pop(0) and arguments.pop(0) if arguments[0] == "--json" else None
-    title, folder = arguments
-    result = {}
-    for calls_file in sorted(pathlib.Path(folder).glob("*.calls")):
-        work = calls_file.stem.replace("+", "/")
-        functions = next(path for path in map(calls_file.with_suffix, (".callgrind", ".tsv"))
-                         if path.exists())
-        count = counts.read(str(functions), int(calls_file.read_text()))
-        show(title, work, count)
-        result[work] = {
-            "calls": count.calls, "instructions": count.total(),
-            "functions": {name: {"times": function.calls / count.calls,
-                                 "inclusive": function.inclusive / count.calls,
-                                 "own": function.own / count.calls,
-                                 "divisions": function.divisions / count.calls}
-                          for name, function in count.functions.items()
-                          if counts.is_of_library(name)}}
-    if out:
-        pathlib.Path(out).write_text(json.dumps({title: result}, indent=1) + "\n",
-                                     encoding="utf-8")
+    is_check = arguments[0] == "--check"
+    machine, folder, out = arguments[is_check:]
+    works = read_folder(folder)
+    are_met = [show(machine, work, count) for work, count in works.items()]
+    pathlib.Path(out).write_text(
+        json.dumps({work: per_call(count) for work, count in works.items()}, indent=1) + "\n",
+        encoding="utf-8")
+    return 1 if is_check and not all(are_met) else 0
 
 
 if __name__ == "__main__":
-    main()
+    sys.exit(main())

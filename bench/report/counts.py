@@ -9,12 +9,13 @@ ROOT = "CountedRun"
 
 @dataclasses.dataclass
 class Function:
-    """Sums over a run. Inclusive: with what the function calls."""
+    """Sums over a run. Inclusive and divisions: with what the function calls."""
 
     calls: int = 0
     inclusive: int = 0
     own: int = 0
     divisions: int = 0
+    own_divisions: int = 0
 
 
 @dataclasses.dataclass
@@ -79,12 +80,10 @@ def read_emulator(path):
     table, function = _functions()
     with open(path, encoding="utf-8") as file:
         for line in file:
-            name, calls, inclusive, own, divisions = line.rstrip("\n").split("\t")
+            name, *numbers = line.rstrip("\n").split("\t")
             entry = function(name)
-            entry.calls += int(calls)
-            entry.inclusive += int(inclusive)
-            entry.own += int(own)
-            entry.divisions += int(divisions)
+            for field, number in zip(dataclasses.fields(Function), numbers):
+                setattr(entry, field.name, getattr(entry, field.name) + int(number))
     own = sum(entry.own for entry in table.values())
     if own != table[ROOT].inclusive:
         raise SystemExit(f"{path}: {own} instructions in all functions, "
