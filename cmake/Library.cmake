@@ -18,6 +18,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/engine/FPEngine.cpp
   ${PROJECT_SOURCE_DIR}/engine/Template.cpp
   ${PROJECT_SOURCE_DIR}/extract/BinImage.cpp
+  ${PROJECT_SOURCE_DIR}/extract/BitRows.cpp
   ${PROJECT_SOURCE_DIR}/extract/BoxSmooth.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirA.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirB.cpp

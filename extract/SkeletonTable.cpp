@@ -4,6 +4,7 @@
 
 #include "extract/FPTable.h"
 #include "extract/Repeat.h"
+#include "extract/ThinningRule.h"
 
 namespace {
 
@@ -32,6 +33,25 @@ struct ThinningTable {
 };
 
 constexpr ThinningTable kThinning;
+
+constexpr bool FormulasAgree() {
+    for (unsigned code = 0; code < kCodes; ++code) {
+        const qorfp::ThinningNeighbours<unsigned> neighbours = {code & 1,        // upper left
+                                                                code >> 2 & 1,   // above
+                                                                code >> 4 & 1,   // upper right
+                                                                code >> 6 & 1,   // left
+                                                                code >> 7 & 1,   // right
+                                                                code >> 1 & 1,   // lower left
+                                                                code >> 3 & 1,   // below
+                                                                code >> 5 & 1};  // lower right
+        if (qorfp::IsDeletedFirst(neighbours) != kThinning.values[code] ||
+            qorfp::IsDeletedSecond(neighbours) != kThinning.values[kCodes + code]) {
+            return false;
+        }
+    }
+    return true;
+}
+static_assert(FormulasAgree(), "the boolean formulas of thinning say the same");
 
 // The neighbours in the order of the code's bits 7, 6, ..., 0: a walk round the pixel from the
 // upper left, down the left side first.

@@ -1,13 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Thinning of the ridges to a skeleton. Each pass deletes contour pixels in two sub-iterations, by
-// one table lookup of the eight neighbours.
+// Thinning of the ridges to a skeleton. Each pass deletes contour pixels in two sub-iterations,
+// which decide by the eight neighbours.
+//
+// A binary image is thinned as bit rows, 128 pixels at a time. Whatever is left takes the plain
+// form, a table lookup a pixel: images that are not binary, of which each neighbour gives one bit of
+// its own value, and images that leave no room for the bit rows.
 
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BitRows.h"
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
+#include "extract/ThinningRule.h"
+#include "extract/Vector.h"
 
 namespace {
 
@@ -17,12 +24,121 @@ constexpr int32_t kMostPasses = 6;
 constexpr int32_t kSubIterations = 2;
 constexpr int32_t kCodes = 256;
 
-// Behind both maps: minutiae detection still needs the ridge-period map.
-struct ThinningScratch {
-    uint8_t rows[3][kMaxStageWidth];  // unchanged copies of the rows above, at and below
+// Rows in which a sub-iteration has once found nothing to delete.
+struct QuietRows {
     uint8_t isQuiet[kSubIterations][kMaxStageHeight];
 };
-static_assert(FitsEveryImage(sizeof(ThinningScratch)), "fits behind every accepted image");
+
+// Both lie behind both maps: minutiae detection still needs the ridge-period map.
+struct PlainScratch {
+    QuietRows quiet;
+    uint8_t rows[3][kMaxStageWidth];  // unchanged copies of the rows above, at and below
+};
+static_assert(FitsEveryImage(sizeof(PlainScratch)), "fits behind every accepted image");
+
+struct BitScratch {
+    QuietRows quiet;
+    uint8_t found[2][kMaxSegment];  // bits to delete, of a row and of the one above it
+    uint8_t inner[kMaxSegment];     // the columns that may be deleted
+    BitRowLine line;
+    uint8_t rows[BitRowBytes(kMaxStageHeight)];
+};
+static_assert(FitsEveryImage(sizeof(BitScratch)), "fits behind every accepted image");
+
+// Runs the two sub-iterations, run(0 or 1), until a pass deletes nothing. Each says whether it has.
+template <class Run>
+void RunPasses(Run run) {
+    bool hasDeleted = true;
+    for (int32_t pass = 0; pass < kMostPasses && hasDeleted; ++pass) {
+        const bool hasFirst = run(0);
+        const bool hasSecond = run(1);
+        hasDeleted = hasFirst || hasSecond;
+    }
+}
+
+// --- Bit rows ------------------------------------------------------------------------------------
+
+using Neighbours = ThinningNeighbours<U8x16>;
+using Rule = U8x16(const Neighbours&);
+
+// Finds the pixels of a row that its sub-iteration deletes. False when there is none.
+template <Rule IsDeleted>
+bool FindDeletions(const BitRows& bits, int32_t y, const uint8_t* inner, uint8_t* found) {
+    const uint8_t* above = bits.Row(y - 1);
+    const uint8_t* row = bits.Row(y);
+    const uint8_t* below = bits.Row(y + 1);
+    U8x16 any = {};
+    for (int32_t j = 0; j < bits.segment; j += kVectorBytes) {
+        const Neighbours neighbours = {
+            LoadVector<U8x16>(above + j - 1), LoadVector<U8x16>(above + j),
+            LoadVector<U8x16>(above + j + 1), LoadVector<U8x16>(row + j - 1),
+            LoadVector<U8x16>(row + j + 1),   LoadVector<U8x16>(below + j - 1),
+            LoadVector<U8x16>(below + j),     LoadVector<U8x16>(below + j + 1)};
+        const U8x16 deleted =
+            IsDeleted(neighbours) & ~LoadVector<U8x16>(row + j) & LoadVector<U8x16>(inner + j);
+        StoreVector(deleted, found + j);
+        any |= deleted;
+    }
+    return !IsZero(any);
+}
+
+void Delete(const BitRows& bits, int32_t y, const uint8_t* found) {
+    uint8_t* row = bits.Row(y);
+    for (int32_t j = 0; j < bits.segment; j += kVectorBytes) {
+        StoreVector(LoadVector<U8x16>(row + j) | LoadVector<U8x16>(found + j), row + j);
+    }
+    CloseBitRow(row, bits.segment);
+}
+
+// Deliberate: a row in which this sub-iteration once found nothing to delete is never looked at
+// again by it, even if deletions around it would make some of its pixels deletable.
+template <Rule IsDeleted>
+bool ThinBitRows(const BitRows& bits, int32_t height, uint8_t* isQuiet, BitScratch* scratch) {
+    bool hasDeleted = false;
+    bool hasFoundAbove = false;
+    for (int32_t y = 1; y < height - 1; ++y) {
+        bool hasFound = false;
+        if (isQuiet[y] == 0) {
+            hasFound = FindDeletions<IsDeleted>(bits, y, scratch->inner, scratch->found[y % 2]);
+            isQuiet[y] = hasFound ? 0 : 1;
+            hasDeleted = hasDeleted || hasFound;
+        }
+        if (hasFoundAbove) {
+            Delete(bits, y - 1, scratch->found[(y - 1) % 2]);  // no row needs its old state now
+        }
+        hasFoundAbove = hasFound;
+    }
+    if (hasFoundAbove) {
+        Delete(bits, height - 2, scratch->found[(height - 2) % 2]);
+    }
+    return hasDeleted;
+}
+
+// False, with nothing done, when the image is not binary.
+bool ThinBinary(uint8_t* image, int32_t width, int32_t height, BitScratch* scratch) {
+    const BitRows bits = {scratch->rows, SegmentOf(width)};
+    for (int32_t y = 0; y < height; ++y) {
+        if (!PackBitRow(image + y * width, width, &scratch->line, bits, y)) {
+            return false;
+        }
+    }
+    memset(scratch->quiet.isQuiet, 0, sizeof(scratch->quiet.isQuiet));
+    memset(scratch->inner, 0, sizeof(scratch->inner));
+    for (int32_t x = 1; x < width - 1; ++x) {
+        scratch->inner[x % bits.segment] |= static_cast<uint8_t>(1 << x / bits.segment);
+    }
+    RunPasses([&](int32_t sub) {
+        uint8_t* isQuiet = scratch->quiet.isQuiet[sub];
+        return sub == 0 ? ThinBitRows<IsDeletedFirst>(bits, height, isQuiet, scratch)
+                        : ThinBitRows<IsDeletedSecond>(bits, height, isQuiet, scratch);
+    });
+    for (int32_t y = 1; y < height - 1; ++y) {
+        UnpackBitRow(bits, y, &scratch->line, width, image + y * width);
+    }
+    return true;
+}
+
+// --- The plain form ------------------------------------------------------------------------------
 
 // The neighbours' background bits, weighted
 //
@@ -34,8 +150,8 @@ uint32_t CodeAt(const uint8_t* above, const uint8_t* row, const uint8_t* below, 
            (above[x + 1] & 16u) | (below[x + 1] & 32u) | (row[x - 1] & 64u) | (row[x + 1] & 128u);
 }
 
-bool ThinRow(const uint8_t* above, const uint8_t* row, const uint8_t* below, int32_t width,
-             const uint8_t* table, uint8_t* out) {
+bool ThinPixelRow(const uint8_t* above, const uint8_t* row, const uint8_t* below, int32_t width,
+                  const uint8_t* table, uint8_t* out) {
     bool hasDeleted = false;
     for (int32_t x = 1; x < width - 1; ++x) {
         if (row[x] == 0 && table[CodeAt(above, row, below, x)] != 0) {
@@ -46,10 +162,8 @@ bool ThinRow(const uint8_t* above, const uint8_t* row, const uint8_t* below, int
     return hasDeleted;
 }
 
-// Deliberate: a row in which this sub-iteration once found nothing to delete is never looked at
-// again by it, even if deletions around it would make some of its pixels deletable.
-bool RunSubIteration(uint8_t* image, int32_t width, int32_t height, const uint8_t* table,
-                     uint8_t* isQuiet, ThinningScratch* scratch) {
+bool ThinPixelRows(uint8_t* image, int32_t width, int32_t height, const uint8_t* table,
+                   uint8_t* isQuiet, PlainScratch* scratch) {
     const size_t rowBytes = static_cast<size_t>(width);
     uint8_t* above = scratch->rows[0];
     uint8_t* row = scratch->rows[1];
@@ -60,7 +174,7 @@ bool RunSubIteration(uint8_t* image, int32_t width, int32_t height, const uint8_
     for (int32_t y = 1; y < height - 1; ++y) {
         memcpy(below, image + (y + 1) * width, rowBytes);
         if (isQuiet[y] == 0) {
-            const bool isChanged = ThinRow(above, row, below, width, table, image + y * width);
+            const bool isChanged = ThinPixelRow(above, row, below, width, table, image + y * width);
             isQuiet[y] = isChanged ? 0 : 1;
             hasDeleted = hasDeleted || isChanged;
         }
@@ -72,22 +186,24 @@ bool RunSubIteration(uint8_t* image, int32_t width, int32_t height, const uint8_
     return hasDeleted;
 }
 
+void ThinPixels(uint8_t* image, int32_t width, int32_t height, PlainScratch* scratch) {
+    memset(scratch->quiet.isQuiet, 0, sizeof(scratch->quiet.isQuiet));
+    RunPasses([&](int32_t sub) {
+        return ThinPixelRows(image, width, height, gbThin + sub * kCodes,
+                             scratch->quiet.isQuiet[sub], scratch);
+    });
+}
+
 }  // namespace
 
 void Thinning(uint8_t* buffer, int32_t width, int32_t height) {
     const ExtractLayout layout = LayOutExtract(width, height);
-    if (height < 3 || !layout.isUsable || !HasRoom(layout.scratch, sizeof(ThinningScratch))) {
+    if (height < 3 || !layout.isUsable || !HasRoom(layout.scratch, sizeof(PlainScratch))) {
         return;
     }
-    ThinningScratch* scratch = WorkAt<ThinningScratch>(buffer + layout.scratch);
-    memset(scratch->isQuiet, 0, sizeof(scratch->isQuiet));
-    bool hasDeleted = true;
-    for (int32_t pass = 0; pass < kMostPasses && hasDeleted; ++pass) {
-        hasDeleted = false;
-        for (int32_t sub = 0; sub < kSubIterations; ++sub) {
-            const bool isChanged = RunSubIteration(buffer, width, height, gbThin + sub * kCodes,
-                                                   scratch->isQuiet[sub], scratch);
-            hasDeleted = hasDeleted || isChanged;
-        }
+    uint8_t* scratch = buffer + layout.scratch;
+    if (!HasRoom(layout.scratch, sizeof(BitScratch)) ||
+        !ThinBinary(buffer, width, height, WorkAt<BitScratch>(scratch))) {
+        ThinPixels(buffer, width, height, WorkAt<PlainScratch>(scratch));
     }
 }

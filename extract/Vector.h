@@ -19,6 +19,7 @@ using U8x16 = uint8_t __attribute__((vector_size(16)));
 using I8x16 = int8_t __attribute__((vector_size(16)));
 using U16x8 = uint16_t __attribute__((vector_size(16)));
 using U32x4 = uint32_t __attribute__((vector_size(16)));
+using U64x2 = uint64_t __attribute__((vector_size(16)));
 using I16x8 = int16_t __attribute__((vector_size(16)));
 
 /// Bytes of a vector.
@@ -43,6 +44,13 @@ template <class To, class From>
 inline To AsLanes(From vector) {
     static_assert(sizeof(To) == sizeof(From), "as many bytes");
     return reinterpret_cast<To>(vector);
+}
+
+/// Whether no bit is set.
+template <class Vector>
+inline bool IsZero(Vector vector) {
+    const U64x2 halves = AsLanes<U64x2>(vector);
+    return (halves[0] | halves[1]) == 0;
 }
 
 // The lanes of two vectors, 0..15 of the first and 16..31 of the second, picked by number.

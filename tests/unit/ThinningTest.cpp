@@ -205,6 +205,54 @@ TEST(Thinning, EqualsModel) {
     }
 }
 
+TEST(Thinning, EqualsModelAtEveryWidth) {
+    // Up to one bit row vector and more, with ridges across the ends of the segments.
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 28);
+    WorkBuffer buffer;
+    std::vector<int32_t> widths;
+    for (int32_t width = 3; width <= 150; ++width) {
+        widths.push_back(width);
+    }
+    widths.insert(widths.end(), {255, 256, 257, 383, 384, 385, 511, 512});
+    for (const int32_t width : widths) {
+        SCOPED_TRACE("width " + std::to_string(width));
+        const Grid noise = testsupport::BinaryNoise(width, random.Between(3, 24), random, 75);
+        const Grid image = model::RemoveNoise(noise);
+        ASSERT_EQ(FirstDifference(model::Thinning(noise), RunStage(buffer, noise)), "");
+        ASSERT_EQ(FirstDifference(model::Thinning(image), RunStage(buffer, image)), "");
+    }
+    EXPECT_TRUE(buffer.GuardsIntact());
+}
+
+TEST(Thinning, EqualsModelWithoutRoomForBitRows) {
+    // 512 x 340: nothing but the plain form fits behind it.
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 29);
+    WorkBuffer buffer;
+    const Grid image = model::RemoveNoise(testsupport::BinaryNoise(512, 340, random, 70));
+    EXPECT_EQ(FirstDifference(model::Thinning(image), RunStage(buffer, image)), "");
+    EXPECT_TRUE(buffer.GuardsIntact());
+}
+
+TEST(Thinning, OneOtherValueAnywhereMakesAnImageNotBinary) {
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 30);
+    WorkBuffer buffer;
+    for (int32_t round = 0; round < 60; ++round) {
+        Grid image = testsupport::BinaryNoise(random.Between(3, 60), random.Between(3, 30), random,
+                                              random.Between(40, 90));
+        const int32_t x = random.Below(image.width);
+        const int32_t y = random.Below(image.height);
+        image.At(x, y) = static_cast<uint8_t>(random.Between(1, 254));
+        ASSERT_EQ(FirstDifference(model::Thinning(image), RunStage(buffer, image)), "")
+            << image.width << " x " << image.height << " at " << x << ", " << y;
+    }
+}
+
 TEST(Thinning, EqualsModelOnImagesThatAreNotBinary) {
     // The code takes one bit of each neighbour's own value. No caller passes such images.
     const uint64_t seed = testsupport::Seed();

@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Rows of a binary image as bits, and back.
+
+#include "extract/BitRows.h"
+
+#include <stddef.h>
+#include <string.h>
+
+using namespace qorfp;
+
+bool qorfp::PackBitRow(const uint8_t* pixels, int32_t width, BitRowLine* line, const BitRows& rows,
+                       int32_t y) {
+    const int32_t whole = kSegments * rows.segment;
+    if (width < whole) {
+        memcpy(line->pixels, pixels, static_cast<size_t>(width));
+        memset(line->pixels + width, 255, static_cast<size_t>(whole - width));
+        pixels = line->pixels;
+    }
+    uint8_t* row = rows.Row(y);
+    U8x16 others = {};  // 0 or 1 as long as there is none but 0 and 255
+    for (int32_t j = 0; j < rows.segment; j += kVectorBytes) {
+        U8x16 bits = {};
+        for (int32_t k = 0; k < kSegments; ++k) {
+            const U8x16 vector = LoadVector<U8x16>(pixels + k * rows.segment + j);
+            bits |= vector & static_cast<uint8_t>(1 << k);
+            others |= vector + uint8_t{1};
+        }
+        StoreVector(bits, row + j);
+    }
+    CloseBitRow(row, rows.segment);
+    return IsZero(others & uint8_t{0xFE});
+}
+
+void qorfp::UnpackBitRow(const BitRows& rows, int32_t y, BitRowLine* line, int32_t width,
+                         uint8_t* pixels) {
+    const bool isWhole = width == kSegments * rows.segment;
+    const uint8_t* row = rows.Row(y);
+    uint8_t* out = isWhole ? pixels : line->pixels;
+    for (int32_t j = 0; j < rows.segment; j += kVectorBytes) {
+        const U8x16 bits = LoadVector<U8x16>(row + j);
+        for (int32_t k = 0; k < kSegments; ++k) {
+            const U8x16 bit = U8x16{} + static_cast<uint8_t>(1 << k);
+            StoreVector((bits & bit) == bit, out + k * rows.segment + j);
+        }
+    }
+    if (!isWhole) {
+        memcpy(pixels, line->pixels, static_cast<size_t>(width));
+    }
+}

@@ -1,0 +1,66 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Rows of a binary image as bits. A row is cut into eight segments of equal length, a multiple of
+// 16 pixels; byte j holds the j-th pixels of all segments, bit k that of segment k:
+//
+//              byte 0        byte 1         ...   byte segment - 1
+//      bit 0   0             1                    segment - 1
+//      bit 1   segment       segment + 1          2 x segment - 1
+//      ..
+//      bit 7   7 x segment   7 x segment + 1      8 x segment - 1
+//
+// So a vector of 128 pixels is made from eight vectors of the image row, and the neighbours of all
+// its pixels on either side are the vectors one byte further. For the ends of the segments a row
+// goes on by a byte at either end.
+#pragma once
+
+#include <stdint.h>
+
+#include "extract/ExtractLayout.h"
+#include "extract/Vector.h"
+
+namespace qorfp {
+
+constexpr int32_t kSegments = 8;
+constexpr int32_t kMaxSegment = kMaxStageWidth / kSegments;
+static_assert(kMaxSegment % kVectorBytes == 0, "whole vectors");
+
+/// Bit rows in a work buffer.
+struct BitRows {
+    uint8_t* bytes;
+    int32_t segment;  ///< bytes of a row, a multiple of 16
+
+    /// Byte 0 of a row; bytes -1 and `segment` may be read too.
+    uint8_t* Row(int32_t y) const { return bytes + (segment + 2) * y + 1; }
+};
+
+/// Bytes of `height` rows of the widest image.
+constexpr int32_t BitRowBytes(int32_t height) {
+    return (kMaxSegment + 2) * height;
+}
+
+/// The segment of rows of `width` pixels.
+constexpr int32_t SegmentOf(int32_t width) {
+    return (width + kSegments * kVectorBytes - 1) / (kSegments * kVectorBytes) * kVectorBytes;
+}
+
+/// Scratch for one image row, as long as the segments together.
+struct BitRowLine {
+    uint8_t pixels[kMaxStageWidth];
+};
+
+/// Renews the bytes beyond the ends of a row that has changed.
+inline void CloseBitRow(uint8_t* row, int32_t segment) {
+    row[-1] = static_cast<uint8_t>(row[segment - 1] << 1);
+    row[segment] = row[0] >> 1;
+}
+
+/// Makes a bit row: 1 where the pixel is 255, and behind the last pixel; 0 where it is 0.
+/// @return whether all pixels are 0 or 255; otherwise the bit row means nothing
+bool PackBitRow(const uint8_t* pixels, int32_t width, BitRowLine* line, const BitRows& rows,
+                int32_t y);
+
+/// The way back.
+void UnpackBitRow(const BitRows& rows, int32_t y, BitRowLine* line, int32_t width, uint8_t* pixels);
+
+}  // namespace qorfp
