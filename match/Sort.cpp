@@ -41,21 +41,65 @@ void Put(const Columns& columns, int32_t at, Element element) {
     }
 }
 
+// A scan that has passed this many keys compares as many at once from there on, which compilers turn
+// into vectors: runs are short where keys are mixed, and long where few are left on one side.
+constexpr int32_t kRun = 32;
+
+bool HasBelow(const int32_t* keys, int32_t pivot) {
+    int32_t found = 0;
+    for (int32_t i = 0; i < kRun; ++i) {
+        found |= keys[i] < pivot ? 1 : 0;
+    }
+    return found != 0;
+}
+
+bool HasAbove(const int32_t* keys, int32_t pivot) {
+    int32_t found = 0;
+    for (int32_t i = 0; i < kRun; ++i) {
+        found |= keys[i] > pivot ? 1 : 0;
+    }
+    return found != 0;
+}
+
+// The last of the keys left..right that is below the pivot, or left.
+int32_t LastBelow(const int32_t* keys, int32_t left, int32_t right, int32_t pivot) {
+    const int32_t start = right;
+    while (left < right && keys[right] >= pivot) {
+        --right;
+        if (start - right == kRun) {
+            while (right - left >= kRun && !HasBelow(keys + right - kRun + 1, pivot)) {
+                right -= kRun;
+            }
+        }
+    }
+    return right;
+}
+
+// The first of the keys left..right that is above the pivot, or right.
+int32_t FirstAbove(const int32_t* keys, int32_t left, int32_t right, int32_t pivot) {
+    const int32_t start = left;
+    while (left < right && keys[left] <= pivot) {
+        ++left;
+        if (left - start == kRun) {
+            while (right - left >= kRun && !HasAbove(keys + left, pivot)) {
+                left += kRun;
+            }
+        }
+    }
+    return left;
+}
+
 // Splits left..right (inclusive, left < right) around its first element; gives where that ends.
 template <bool kHasValues>
 int32_t Partition(const Columns& columns, int32_t left, int32_t right) {
     const Element pivot = Take<kHasValues>(columns, left);
     while (left < right) {
-        while (left < right && columns.keys[right] >= pivot.key) {
-            --right;
-        }
+        right = LastBelow(columns.keys, left, right, pivot.key);
         if (left < right) {
             Put<kHasValues>(columns, left, Take<kHasValues>(columns, right));
             ++left;
         }
-        while (left < right && columns.keys[left] <= pivot.key) {
-            ++left;
-        }
+        left = FirstAbove(columns.keys, left, right, pivot.key);
         if (left < right) {
             Put<kHasValues>(columns, right, Take<kHasValues>(columns, left));
             --right;
