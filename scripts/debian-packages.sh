@@ -17,8 +17,7 @@ build_packages=(
 )
 
 # Tests in one configuration; the measuring programs are among what is tested.
-test_packages=("${build_packages[@]}" abigail-tools libbenchmark-dev libgtest-dev make python3
-    zlib1g-dev)
+test_packages=("${build_packages[@]}" abigail-tools libbenchmark-dev libgtest-dev make python3)
 
 # Tests in all configurations: clang, and its sanitizers' run-time library.
 all_test_packages=("${test_packages[@]}" clang libclang-rt-14-dev)

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The form of the pinned tables, see Pinned.h.
-#include <zlib.h>
-
+#include <cinttypes>
 #include <cstdio>
 #include <stdexcept>
 
 #include "tests/chain/Pinned.h"
+#include "tests/support/Crc32.h"
 
 namespace pinned {
 
@@ -46,8 +46,8 @@ TableFile& TableFile::AddHex(const TemplateBytes& bytes) {
 
 TableFile& TableFile::AddCrc(const model::Grid& grid) {
     char text[9];
-    std::snprintf(text, sizeof(text), "%08lx",
-                  crc32(0, grid.cells.data(), static_cast<uInt>(grid.cells.size())));
+    std::snprintf(text, sizeof(text), "%08" PRIx32,
+                  support::Crc32(grid.cells.data(), grid.cells.size()));
     return Add(text);
 }
 

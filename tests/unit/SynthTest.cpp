@@ -4,7 +4,6 @@
 // same bytes for the same seed on every machine, independence of finger and impression from what
 // else is made, grey levels and ridge spacing as a sensor would give them, and refused options.
 #include <gtest/gtest.h>
-#include <zlib.h>
 
 #include <algorithm>
 #include <cmath>
@@ -16,6 +15,7 @@
 #include <utility>
 #include <vector>
 
+#include "tests/support/Crc32.h"
 #include "tools/synth/Arguments.h"
 #include "tools/synth/Batch.h"
 #include "tools/synth/Maths.h"
@@ -56,8 +56,7 @@ BatchOptions SmallBatch(uint64_t seed) {
 }
 
 uint32_t Crc(const std::string& bytes) {
-    return static_cast<uint32_t>(
-        crc32(0, reinterpret_cast<const Bytef*>(bytes.data()), static_cast<uInt>(bytes.size())));
+    return support::Crc32(bytes.data(), bytes.size());
 }
 
 struct Parsed {

@@ -2,15 +2,15 @@
 
 #include "tests/vectors/Table.h"
 
-#include <zlib.h>
-
 #include <algorithm>
+#include <cinttypes>
 #include <cstdio>
 #include <fstream>
 #include <iostream>
 #include <stdexcept>
 
 #include "engine/Work.h"
+#include "tests/support/Crc32.h"
 
 namespace vectors {
 
@@ -130,7 +130,7 @@ bool Comparison::Finish() const {
 
 std::string Crc(const uint8_t* bytes, size_t count) {
     char text[9];
-    std::snprintf(text, sizeof(text), "%08lx", crc32(0, bytes, static_cast<uInt>(count)));
+    std::snprintf(text, sizeof(text), "%08" PRIx32, support::Crc32(bytes, count));
     return text;
 }
 
