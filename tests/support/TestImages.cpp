@@ -19,6 +19,29 @@ uint8_t WaveGrey(double phase, uint8_t low, uint8_t high) {
     return static_cast<uint8_t>(std::lround(low + height * (high - low)));
 }
 
+// The direction of a point from the corner of another pixel, in turns, for all offsets within an
+// image of the largest size. FingerImage looks each of them up some twenty times an image.
+class TurnTable {
+  public:
+    TurnTable() {
+        for (int32_t dy = -kHeight; dy < kHeight; ++dy) {
+            for (int32_t dx = -kWidth; dx < kWidth; ++dx) {
+                turns_.push_back(std::atan2(dy + 0.5, dx + 0.5) / kTurn);
+            }
+        }
+    }
+
+    // Half a pixel is added to both.
+    double At(int32_t dy, int32_t dx) const {
+        return turns_.at(static_cast<size_t>((dy + kHeight) * 2 * kWidth + dx + kWidth));
+    }
+
+  private:
+    static constexpr int32_t kWidth = 256;
+    static constexpr int32_t kHeight = 360;
+    std::vector<double> turns_;
+};
+
 std::string SizeText(int32_t width, int32_t height) {
     return std::to_string(width) + " x " + std::to_string(height);
 }
@@ -131,14 +154,15 @@ Grid RampImage(int32_t width, int32_t height) {
 Grid FingerImage(int32_t width, int32_t height, Random& random) {
     // Rings around a point below the middle; each added turn of phase around a point is a minutia.
     struct Dislocation {
-        double x, y, sign;
+        int32_t x, y;
+        double sign;
     };
+    static const TurnTable turns;
     std::vector<Dislocation> dislocations;
     const int32_t count = 4 + width * height / 2000;
     for (int32_t index = 0; index < count; ++index) {
-        dislocations.push_back({static_cast<double>(random.Below(width)),
-                                static_cast<double>(random.Below(height)),
-                                random.OneIn(2) ? 1.0 : -1.0});
+        dislocations.push_back(
+            {random.Below(width), random.Below(height), random.OneIn(2) ? 1.0 : -1.0});
     }
     const double centreX = width / 2.0 + random.Between(-width / 8, width / 8);
     const double centreY = height / 2.0 + random.Between(0, height / 4);
@@ -146,17 +170,16 @@ Grid FingerImage(int32_t width, int32_t height, Random& random) {
     Grid image(width, height);
     for (int32_t y = 0; y < height; ++y) {
         for (int32_t x = 0; x < width; ++x) {
-            const double dx = x - centreX;
-            const double dy = (y - centreY) * 0.8;
-            double phase = std::hypot(dx, dy) / period;
-            for (const Dislocation& dislocation : dislocations) {
-                phase += dislocation.sign *
-                         std::atan2(y + 0.5 - dislocation.y, x + 0.5 - dislocation.x) / kTurn;
-            }
             const double fromMiddleX = (x - width / 2.0) / (0.46 * width);
             const double fromMiddleY = (y - height / 2.0) / (0.48 * height);
-            const bool isFinger = fromMiddleX * fromMiddleX + fromMiddleY * fromMiddleY < 1.0;
-            const int32_t clean = isFinger ? WaveGrey(phase, 40, 200) : 235;
+            int32_t clean = 235;
+            if (fromMiddleX * fromMiddleX + fromMiddleY * fromMiddleY < 1.0) {
+                double phase = std::hypot(x - centreX, (y - centreY) * 0.8) / period;
+                for (const Dislocation& dislocation : dislocations) {
+                    phase += dislocation.sign * turns.At(y - dislocation.y, x - dislocation.x);
+                }
+                clean = WaveGrey(phase, 40, 200);
+            }
             const int32_t noisy = clean + random.Between(-20, 20);
             image.At(x, y) = static_cast<uint8_t>(noisy < 0 ? 0 : noisy > 255 ? 255 : noisy);
         }
