@@ -273,8 +273,8 @@ TEST(Enroll, MayOverwriteAnInput) {
 
 TEST(Enroll, DoesNotLookAtIndexOrChecksum) {
     const Bytes one = apitest::WriteTemplate(TwentyFive());
-    Bytes changed = one;
-    std::fill(changed.begin() + 370, changed.end(), uint8_t{0xFF});
+    Bytes changed(one.begin(), one.begin() + 370);
+    changed.resize(one.size(), 0xFF);
     EXPECT_EQ(Enroll({changed, one, changed}).bytes, Enroll({one, one, one}).bytes);
 }
 
