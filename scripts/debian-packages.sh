@@ -19,8 +19,12 @@ build_packages=(
 # Tests in one configuration; the measuring programs are among what is tested.
 test_packages=("${build_packages[@]}" abigail-tools libbenchmark-dev libgtest-dev make python3)
 
-# Tests in all configurations: clang, and its sanitizers' run-time library.
-all_test_packages=("${test_packages[@]}" clang libclang-rt-14-dev)
+# Tests for another machine: the sources of GoogleTest and an emulator, and the compilers.
+cross_test_packages=("${test_packages[@]}" googletest qemu-user)
+armhf_packages=(g++-arm-linux-gnueabihf)
+
+# Tests in all configurations: clang, and its sanitizers' run-time library; 32-bit ARM.
+all_test_packages=("${cross_test_packages[@]}" "${armhf_packages[@]}" clang libclang-rt-14-dev)
 
 # Measuring time.
 bench_packages=("${build_packages[@]}" libbenchmark-dev python3)

@@ -4,8 +4,9 @@
 # missing (as root or with sudo).
 #
 #   scripts/test.sh          one configuration: the system's compiler, optimised
-#   scripts/test.sh --all    GCC and clang, each at -O0 and -O3, and clang with AddressSanitizer and
-#                            UBSan; stops at the first configuration that fails
+#   scripts/test.sh --all    GCC and clang, each at -O0 and -O3, clang with AddressSanitizer and
+#                            UBSan, and 32-bit ARM in an emulator; stops at the first configuration
+#                            that fails
 #
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail
@@ -14,7 +15,7 @@ cd "$(dirname "$0")/.."
 
 case ${1:-} in
     '') presets=(dev) packages=("${test_packages[@]}") ;;
-    --all) presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan) packages=("${all_test_packages[@]}") ;;
+    --all) presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan armhf) packages=("${all_test_packages[@]}") ;;
     *)
         sed -n '/^# Builds/,/^# Each/s/^# \{0,1\}//p' "$0" >&2
         exit 2

@@ -5,12 +5,12 @@
 # images, writes down what they print, and compares that with the transcript. Standard error stands
 # behind standard output, with "! " before each line; an exit status other than 0 follows as [N].
 #
-#   run_transcript.sh TRANSCRIPT PROGRAM_FOLDER IMAGE_FOLDER
+#   run_transcript.sh TRANSCRIPT PROGRAM IMAGE_FOLDER
 #
 # To make a transcript anew, take what the test prints after checking every line of it.
 set -uo pipefail
 transcript=$1
-PATH=$(realpath "$2"):$PATH
+PATH=$(dirname "$(realpath "$2")"):$PATH
 images=$3
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
