@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // stack_use: how much stack the calls take when they run, the C library's part included. Each call
-// runs in a thread of its own after the unused part of the stack has been filled with a pattern; the
-// deepest byte that has changed tells. The thread has the smallest stack that there is. Prints a line "BYTES CALL" for each on standard error, because
-// the library has lines for standard output.
+// runs in a thread of its own, with the smallest stack that there is, after the unused part of it has
+// been filled with a pattern; the deepest byte that has changed tells. Prints a line "BYTES CALL" for
+// each on standard error, because the library has lines for standard output.
 #include <pthread.h>
 #include <stdio.h>
 #include <string.h>
