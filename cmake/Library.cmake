@@ -19,11 +19,13 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/engine/Template.cpp
   ${PROJECT_SOURCE_DIR}/extract/BinImage.cpp
   ${PROJECT_SOURCE_DIR}/extract/BitRows.cpp
+  ${PROJECT_SOURCE_DIR}/extract/BlockGradients.cpp
   ${PROJECT_SOURCE_DIR}/extract/BoxSmooth.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirA.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirB.cpp
   ${PROJECT_SOURCE_DIR}/extract/FPExtract.cpp
   ${PROJECT_SOURCE_DIR}/extract/FPTable.cpp
+  ${PROJECT_SOURCE_DIR}/extract/GradientWindow.cpp
   ${PROJECT_SOURCE_DIR}/extract/HistMap.cpp
   ${PROJECT_SOURCE_DIR}/extract/LineFilterTable.cpp
   ${PROJECT_SOURCE_DIR}/extract/Maths.cpp
@@ -31,6 +33,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/extract/MinutiaeFilter.cpp
   ${PROJECT_SOURCE_DIR}/extract/MinutiaeRefine.cpp
   ${PROJECT_SOURCE_DIR}/extract/MinutiaeScan.cpp
+  ${PROJECT_SOURCE_DIR}/extract/Orientation.cpp
   ${PROJECT_SOURCE_DIR}/extract/RemoveNoise.cpp
   ${PROJECT_SOURCE_DIR}/extract/RidgeDensity.cpp
   ${PROJECT_SOURCE_DIR}/extract/RidgeRayTable.cpp
@@ -63,9 +66,11 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp)
-# What extraction spends its time on is written with vectors; the plain loops beside them, for other
-# sizes and radii, are kept small.
+# What these spend their time on is written with vectors; the loops beside them are short, or for
+# other sizes and radii than extraction's, and are kept small.
 set_source_files_properties(
+  ${PROJECT_SOURCE_DIR}/extract/CalcDirA.cpp
+  ${PROJECT_SOURCE_DIR}/extract/CalcDirB.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp

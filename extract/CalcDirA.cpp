@@ -2,28 +2,53 @@
 //
 // Orientation field of the grey image: ridge direction, foreground and quality.
 
+#include <stddef.h>
+#include <string.h>
+
+#include "extract/BlockGradients.h"
 #include "extract/FPExtract.h"
 #include "extract/FixedMath.h"
 #include "extract/GradientWindow.h"
+#include "extract/GreyStretch.h"
 
 namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kReach = 4;  // windows of 9 x 9 blocks
-constexpr int32_t kWindowRows = 2 * kReach + 1;
+constexpr int32_t kReach = 4;               // windows of 9 x 9 blocks
 constexpr int32_t kStrongGradient = 200;    // squared
 constexpr int32_t kMinStrongBlocks = 40;    // of 81 for a foreground block
 constexpr int32_t kMinReliableBlocks = 41;  // of 81 around a block that stays foreground
 constexpr int32_t kMinCoherence = 900;      // 16384 x coherence squared
 constexpr int32_t kHighestBlockQuality = 100;
 
+// Products of the gradients of a row of blocks, and whether they are strong (1).
+struct ProductRows {
+    ProductRow xx;
+    ProductRow yy;
+    ProductRow xy;
+    ProductRow strong;
+};
+
 struct CalcDirAScratch {
-    uint8_t greyTable[256];
-    uint8_t histogram[1024];  // of GetHistMap, directly behind the table
-    GradientWindow<kReach> window;
-    uint8_t reliable[kWindowRows][kMaxBlockColumns];  // ring of first-pass rows, 1 = reliable
-    int32_t reliableColumns[kMaxBlockColumns];
+    int32_t histogram[kGreyLevels];
+    PixelRow stretched[kRowsOfBlock];  // ring: row y in row y % kRowsOfBlock
+    GradientRow gradients;
+    ProductRows products;
+    WindowSum xxWindow;
+    WindowSum yyWindow;
+    WindowSum xyWindow;
+    WindowSum strongWindow;
+    WindowSum reliableWindow;
+    WindowRow xxSums;
+    WindowRow yySums;
+    WindowRow xySums;
+    WindowRow strongSums;
+    WindowRow differenceSums;  // xxSums - yySums
+    WindowRow reliableSums;
+    OrientationRow orientations[kReach + 1];  // ring: block row y in row y % (kReach + 1)
+    ProductRow reliable;                      // 1 for a reliable block
+    OrientationRow directions;
 };
 static_assert(FitsEveryImage(sizeof(CalcDirAScratch)), "fits behind every accepted image");
 static_assert(alignof(CalcDirAScratch) == 4, "the maps end at a multiple of 4");
@@ -33,155 +58,173 @@ struct QualitySum {
     int32_t blocks;
 };
 
-// Gradient at a pixel of the stretched grey image, from its neighbours up to two pixels away.
-Gradient StretchedGradient(const uint8_t* centre, int32_t width, const uint8_t* table) {
-    const auto at = [=](int32_t dx, int32_t dy) -> int32_t {
-        return table[centre[dy * width + dx]];
-    };
-    const int32_t upperLeft = at(-1, -1);
-    const int32_t upperRight = at(1, -1);
-    const int32_t lowerLeft = at(-1, 1);
-    const int32_t lowerRight = at(1, 1);
-    const int32_t x = 3 * at(1, 0) + upperRight + lowerRight + at(2, 0) -
-                      (3 * at(-1, 0) + upperLeft + lowerLeft + at(-2, 0));
-    const int32_t y = 3 * at(0, 1) + lowerLeft + lowerRight + at(0, 2) -
-                      (3 * at(0, -1) + upperLeft + upperRight + at(0, -2));
-    return {RoundSixteenth(x), RoundSixteenth(y)};
+void StretchRow(const uint8_t* pixels, int32_t width, const GreyStretcher& stretcher,
+                uint8_t* out) {
+    // On a narrow image a vector takes in pixels of the rows below and, at its end, of the map
+    // behind; what becomes of them is not used.
+    ForEachVector(0, Max(width, kVectorBytes), [=](ptrdiff_t x) {
+        StoreVector(stretcher.Of(LoadVector<U8x16>(pixels + x)), out + x);
+    });
 }
 
-void EnterRow(const uint8_t* image, int32_t width, int32_t blockRow, int32_t blockColumns,
-              CalcDirAScratch* scratch) {
-    const uint8_t* centre = image + (kBlockSide * blockRow + 2) * width + 2;
-    for (int32_t column = 0; column < blockColumns; ++column) {
-        const Gradient gradient = StretchedGradient(centre, width, scratch->greyTable);
-        const bool isStrong = Square(gradient.x) + Square(gradient.y) > kStrongGradient;
-        scratch->window.Enter(blockRow, column, gradient, isStrong);
-        centre += kBlockSide;
+void FindProducts(const uint8_t* image, int32_t width, int32_t blockRow, int32_t blockColumns,
+                  const GreyStretcher& stretcher, CalcDirAScratch* scratch) {
+    const int32_t top = kBlockSide * blockRow;
+    const uint8_t* rows[kRowsOfBlock];
+    for (int32_t row = 0; row < kRowsOfBlock; ++row) {
+        uint8_t* stretched = scratch->stretched[(top + row) % kRowsOfBlock];
+        if (row > 0 || top == 0) {
+            StretchRow(image + (top + row) * width, width, stretcher, stretched);
+        }
+        rows[row] = stretched;
+    }
+    FindGradients(rows, blockColumns, &scratch->gradients);
+    ProductRows* products = &scratch->products;
+    for (int32_t column = 0; column < blockColumns; column += 8) {
+        const I16x8 x = LoadVector<I16x8>(scratch->gradients.x + column);
+        const I16x8 y = LoadVector<I16x8>(scratch->gradients.y + column);
+        const I16x8 xx = x * x;
+        const I16x8 yy = y * y;
+        StoreVector(xx, products->xx + column);
+        StoreVector(yy, products->yy + column);
+        StoreVector(x * y, products->xy + column);
+        StoreVector((xx + yy > kStrongGradient) & 1, products->strong + column);
     }
 }
 
-// 16384 x squared coherence of the gradients in a window, or -1 where there are none to speak of.
+// Squared coherence of the gradients in a window, as a fraction: its 16384-fold is
+// dividend / divisor, or unknown where the divisor is 0.
 // Deliberate: squares of strong windows wrap, and the quotient is taken of the wrapped values.
-int32_t CoherenceOf(const ProductSums& sums) {
-    constexpr int32_t kUnknown = -1;
-    const int32_t xx = ShiftRight(sums.xx + 8, 4);
-    const int32_t yy = ShiftRight(sums.yy + 8, 4);
-    const int32_t xy = ShiftRight(Absolute(sums.xy) + 4, 3);
+struct Coherence {
+    int32_t dividend;
+    int32_t divisor;  // |divisor| <= 2^17
+
+    int32_t Quotient() const { return divisor == -1 ? WrapSub32(0, dividend) : dividend / divisor; }
+};
+
+Coherence CoherenceOf(int32_t xxSum, int32_t yySum, int32_t xySum) {
+    const int32_t xx = ShiftRight(xxSum + 8, 4);
+    const int32_t yy = ShiftRight(yySum + 8, 4);
+    const int32_t xy = ShiftRight(Absolute(xySum) + 4, 3);
     const int32_t energy = xx + yy;
-    const int32_t divisor = ShiftRight(WrapMul32(energy, energy), 14);
-    if (divisor == 0) {
-        return kUnknown;
-    }
-    const int32_t dividend = WrapAdd32(WrapMul32(xx - yy, xx - yy), WrapMul32(xy, xy));
-    const int32_t quotient = divisor == -1 ? WrapSub32(0, dividend) : dividend / divisor;
-    // A negative quotient, like every small one, is an unreliable block.
-    return quotient < 0 ? 0 : quotient;
+    return {WrapAdd32(WrapMul32(xx - yy, xx - yy), WrapMul32(xy, xy)),
+            ShiftRight(WrapMul32(energy, energy), 14)};
 }
 
-uint8_t DirectionByte(const ProductSums& sums, QualitySum* quality) {
-    uint8_t direction = OrientationOf(sums);
-    if (sums.strong < kMinStrongBlocks) {
-        direction |= kBackgroundFlag;
+// Adds to the quality what a window of coherent gradients gives; false when they are not coherent.
+bool IsCoherent(int32_t xxSum, int32_t yySum, int32_t xySum, QualitySum* quality) {
+    const Coherence coherence = CoherenceOf(xxSum, yySum, xySum);
+    if (coherence.divisor > 0) {
+        // Nothing is divided where the quotient is beyond either limit, which is most often.
+        if (coherence.dividend < kMinCoherence * coherence.divisor) {
+            return false;
+        }
+        if (coherence.dividend >= Square(kHighestBlockQuality) * coherence.divisor) {
+            quality->total += kHighestBlockQuality;
+            ++quality->blocks;
+            return true;
+        }
+    } else if (coherence.divisor == 0) {
+        return true;  // unknown
     }
-    const int32_t coherence = CoherenceOf(sums);
-    if (coherence >= kMinCoherence) {
-        quality->total += Min(sqrtA(coherence), kHighestBlockQuality);
-        ++quality->blocks;
-    } else if (coherence >= 0) {
-        direction |= kBackgroundFlag;
+    const int32_t quotient = coherence.Quotient();
+    if (quotient < kMinCoherence) {
+        return false;
     }
-    return direction;
+    quality->total += Min(sqrtA(quotient), kHighestBlockQuality);
+    ++quality->blocks;
+    return true;
 }
 
-// Majority vote over the first-pass flags around each block.
-void CleanMask(const ExtractLayout& layout, uint8_t* map, CalcDirAScratch* scratch) {
-    const int32_t columns = layout.blockColumns;
-    int32_t* columnCounts = scratch->reliableColumns;
-    memset(columnCounts, 0, sizeof(scratch->reliableColumns));
-    for (int32_t entering = 0; entering < layout.blockRows + kReach; ++entering) {
-        uint8_t* ringRow = scratch->reliable[entering % kWindowRows];
-        if (entering >= kWindowRows) {
-            for (int32_t column = 0; column < columns; ++column) {
-                columnCounts[column] -= ringRow[column];
-            }
-        }
-        // Below the map, empty rows enter.
-        for (int32_t column = 0; column < columns; ++column) {
-            const bool isReliable = entering < layout.blockRows &&
-                                    (map[entering * columns + column] & kBackgroundFlag) == 0;
-            ringRow[column] = isReliable ? 1 : 0;
-            columnCounts[column] += ringRow[column];
-        }
-        if (entering < kReach) {
-            continue;
-        }
-        uint8_t* mapRow = map + (entering - kReach) * columns;
-        int32_t count = 0;
-        for (int32_t column = 0; column < kReach && column < columns; ++column) {
-            count += columnCounts[column];
-        }
-        for (int32_t column = 0; column < columns; ++column) {
-            count += column + kReach < columns ? columnCounts[column + kReach] : 0;
-            count -= column > kReach ? columnCounts[column - kReach - 1] : 0;
-            const uint8_t orientation = mapRow[column] & kOrientationMask;
-            mapRow[column] = count >= kMinReliableBlocks
-                                 ? orientation
-                                 : static_cast<uint8_t>(orientation | kBackgroundFlag);
-        }
+// The first pass over a row of blocks, the one on which the windows are centred: orientations, and
+// which blocks are reliable.
+void FindDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scratch,
+                    QualitySum* quality) {
+    scratch->xxWindow.SumAcross(blockColumns, &scratch->xxSums);
+    scratch->yyWindow.SumAcross(blockColumns, &scratch->yySums);
+    scratch->xyWindow.SumAcross(blockColumns, &scratch->xySums);
+    scratch->strongWindow.SumAcross(blockColumns, &scratch->strongSums);
+    for (ptrdiff_t column = 0; column < blockColumns; column += 4) {
+        StoreVector(LoadVector<I32x4>(scratch->xxSums + column) -
+                        LoadVector<I32x4>(scratch->yySums + column),
+                    scratch->differenceSums + column);
     }
+    FindOrientations(scratch->differenceSums, scratch->xySums, blockColumns,
+                     &scratch->orientations[blockRow % (kReach + 1)]);
+    for (int32_t column = 0; column < blockColumns; ++column) {
+        const bool isCoherent = IsCoherent(scratch->xxSums[column], scratch->yySums[column],
+                                           scratch->xySums[column], quality);
+        const bool isReliable = isCoherent && scratch->strongSums[column] >= kMinStrongBlocks;
+        scratch->reliable[column] = isReliable ? 1 : 0;
+    }
+}
+
+// The second pass: majority vote over the reliable blocks around each block.
+void WriteDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scratch,
+                     uint8_t* mapRow) {
+    const uint8_t* orientations = scratch->orientations[blockRow % (kReach + 1)];
+    scratch->reliableWindow.SumAcross(blockColumns, &scratch->reliableSums);
+    const auto isBackground = [=](ptrdiff_t column) {
+        const int32_t* sums = scratch->reliableSums + column;
+        return Narrow(LoadVector<I32x4>(sums) < kMinReliableBlocks,
+                      LoadVector<I32x4>(sums + 4) < kMinReliableBlocks);
+    };
+    for (ptrdiff_t column = 0; column < blockColumns; column += kVectorBytes) {
+        const U8x16 flags =
+            NarrowMask(isBackground(column), isBackground(column + 8)) & kBackgroundFlag;
+        StoreVector(LoadVector<U8x16>(orientations + column) | flags, scratch->directions + column);
+    }
+    memcpy(mapRow, scratch->directions, static_cast<size_t>(blockColumns));
 }
 
 }  // namespace
 
-uint8_t qorfp::OrientationOf(const ProductSums& sums) {
-    constexpr int32_t kLongestTableSide = 49;
-    const int32_t d = sums.xx - sums.yy;
-    const int32_t e = 2 * sums.xy;
-    int32_t a = Absolute(d);
-    int32_t b = Absolute(e);
-    const int32_t longest = Max(a, b);
-    if (longest > kLongestTableSide) {
-        a = (kLongestTableSide * a + longest / 2) / longest;
-        b = (kLongestTableSide * b + longest / 2) / longest;
-    }
-    const int32_t angle = gnAtanA[b * 50 + a];
-    int32_t gradientAngle = 0;  // 0..120
-    if (d > 0) {
-        gradientAngle = e >= 0 ? angle : 120 - angle;
-    } else {
-        gradientAngle = e > 0 ? 60 - angle : 60 + angle;
-    }
-    return static_cast<uint8_t>(gradientAngle < 60 ? gradientAngle + 60 : gradientAngle - 60);
-}
-
 void CalcDirA(uint8_t* buffer, int32_t width, int32_t height, int32_t* quality) {
     *quality = 0;
     const ExtractLayout layout = LayOutExtract(width, height);
-    if (!layout.isUsable || !HasRoom(layout.periodMap, sizeof(CalcDirAScratch))) {
+    const int32_t columns = layout.blockColumns;
+    if (!layout.isUsable || !HasRoom(layout.periodMap, sizeof(CalcDirAScratch)) || columns == 0 ||
+        layout.blockRows == 0) {
         return;
     }
     uint8_t* map = buffer + layout.directionMap;
     CalcDirAScratch* scratch = WorkAt<CalcDirAScratch>(buffer + layout.periodMap);
-    GetHistMap(buffer, width, height, scratch->greyTable);
-    scratch->window.Clear();
+    const GreyStretcher stretcher(FindGreyStretch(buffer, width, height, scratch->histogram));
+    scratch->xxWindow.Clear(kReach);
+    scratch->yyWindow.Clear(kReach);
+    scratch->xyWindow.Clear(kReach);
+    scratch->strongWindow.Clear(kReach);
+    scratch->reliableWindow.Clear(kReach);
+    memset(scratch->reliable, 0, sizeof(scratch->reliable));
 
+    // Row `entering` completes the windows of the first pass around the row kReach above it; this
+    // one completes those of the second pass, kReach further up.
     QualitySum sum = {0, 0};
-    for (int32_t entering = 0; entering < layout.blockRows + kReach; ++entering) {
-        if (entering >= kWindowRows) {
-            scratch->window.Leave(entering - kWindowRows, layout.blockColumns);
-        }
+    for (int32_t entering = 0; entering < layout.blockRows + 2 * kReach; ++entering) {
         if (entering < layout.blockRows) {
-            EnterRow(buffer, width, entering, layout.blockColumns, scratch);
+            FindProducts(buffer, width, entering, columns, stretcher, scratch);
+        } else {
+            memset(&scratch->products, 0, sizeof(scratch->products));
         }
-        if (entering >= kReach) {
-            uint8_t* mapRow = map + (entering - kReach) * layout.blockColumns;
-            scratch->window.ForEachBlock(layout.blockColumns,
-                                         [&](int32_t column, const ProductSums& sums) {
-                                             mapRow[column] = DirectionByte(sums, &sum);
-                                         });
+        scratch->xxWindow.Slide(entering, columns, scratch->products.xx);
+        scratch->yyWindow.Slide(entering, columns, scratch->products.yy);
+        scratch->xyWindow.Slide(entering, columns, scratch->products.xy);
+        scratch->strongWindow.Slide(entering, columns, scratch->products.strong);
+        const int32_t firstPass = entering - kReach;
+        if (firstPass < 0) {
+            continue;
+        }
+        if (firstPass < layout.blockRows) {
+            FindDirections(firstPass, columns, scratch, &sum);
+        } else {
+            memset(scratch->reliable, 0, sizeof(scratch->reliable));
+        }
+        scratch->reliableWindow.Slide(firstPass, columns, scratch->reliable);
+        const int32_t secondPass = firstPass - kReach;
+        if (secondPass >= 0) {
+            WriteDirections(secondPass, columns, scratch, map + secondPass * columns);
         }
     }
-    CleanMask(layout, map, scratch);
     if (sum.blocks > 0) {
         *quality = sum.total / sum.blocks;
     }

@@ -6,10 +6,12 @@
 
 #include "engine/Work.h"
 #include "extract/FPExtract.h"
+#include "extract/GreyStretch.h"
 
 namespace {
 
-constexpr int32_t kGreyLevels = 256;
+using namespace qorfp;
+
 constexpr int32_t kCutPixels = 1403;    // cut at either end of the histogram
 constexpr int32_t kIgnoredMargin = 42;  // pixels, on images larger than kWholeImageSide
 constexpr int32_t kWholeImageSide = 160;
@@ -26,7 +28,18 @@ void CountGreyLevels(const uint8_t* image, int32_t width, int32_t height, int32_
     const int32_t margin = height > kWholeImageSide && width > kWholeImageSide ? kIgnoredMargin : 0;
     for (int32_t y = margin; y < height - margin; ++y) {
         const uint8_t* row = image + y * width;
-        for (int32_t x = margin; x < width - margin; ++x) {
+        int32_t x = margin;
+        for (; x < width - margin - 7; x += 8) {
+            ++histogram[row[x]];
+            ++histogram[row[x + 1]];
+            ++histogram[row[x + 2]];
+            ++histogram[row[x + 3]];
+            ++histogram[row[x + 4]];
+            ++histogram[row[x + 5]];
+            ++histogram[row[x + 6]];
+            ++histogram[row[x + 7]];
+        }
+        for (; x < width - margin; ++x) {
             ++histogram[row[x]];
         }
     }
@@ -59,16 +72,17 @@ int32_t HighCut(const int32_t* histogram, int32_t lowCut) {
 
 }  // namespace
 
+GreyStretch qorfp::FindGreyStretch(const uint8_t* image, int32_t width, int32_t height,
+                                   int32_t* histogram) {
+    CountGreyLevels(image, width, height, histogram);
+    const int32_t low = LowCut(histogram);
+    return {low, HighCut(histogram, low) - low};
+}
+
 void GetHistMap(const uint8_t* image, int32_t width, int32_t height, uint8_t* table) {
-    HistMapScratch* scratch = qorfp::WorkAt<HistMapScratch>(table);
-    CountGreyLevels(image, width, height, scratch->histogram);
-    const int32_t low = LowCut(scratch->histogram);
-    const int32_t range = HighCut(scratch->histogram, low) - low;  // >= 1
+    HistMapScratch* scratch = WorkAt<HistMapScratch>(table);
+    const GreyStretch stretch = FindGreyStretch(image, width, height, scratch->histogram);
     for (int32_t level = 0; level < kGreyLevels; ++level) {
-        int32_t stretched = 0;
-        if (level >= low) {
-            stretched = (510 * (level - low) / range + 1) / 2;
-        }
-        scratch->table[level] = static_cast<uint8_t>(stretched < 255 ? stretched : 255);
+        scratch->table[level] = static_cast<uint8_t>(stretch.Of(level));
     }
 }

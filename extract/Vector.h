@@ -21,6 +21,7 @@ using U16x8 = uint16_t __attribute__((vector_size(16)));
 using U32x4 = uint32_t __attribute__((vector_size(16)));
 using U64x2 = uint64_t __attribute__((vector_size(16)));
 using I16x8 = int16_t __attribute__((vector_size(16)));
+using I32x4 = int32_t __attribute__((vector_size(16)));
 
 /// Bytes of a vector.
 constexpr int32_t kVectorBytes = 16;
@@ -109,6 +110,62 @@ inline U8x16 NarrowMask(I16x8 low, I16x8 high) {
 #endif
 }
 
+/// Bytes 0, 2, 4, ... and bytes 1, 3, 5, ... as 16-bit numbers.
+inline U16x8 EvenBytes(U8x16 bytes) {
+    const U16x8 pairs = AsLanes<U16x8>(bytes);
+    return kIsBigEndian ? pairs >> 8 : pairs & 255;
+}
+
+inline U16x8 OddBytes(U8x16 bytes) {
+    const U16x8 pairs = AsLanes<U16x8>(bytes);
+    return kIsBigEndian ? pairs & 255 : pairs >> 8;
+}
+
+/// The first, or the last, four lanes as 32-bit numbers.
+inline I32x4 WidenLow(I16x8 lanes) {
+    const U8x16 bytes = AsLanes<U8x16>(lanes);
+    const U8x16 twice =
+        QORFP_PICK_LANES(bytes, bytes, 0, 1, 0, 1, 2, 3, 2, 3, 4, 5, 4, 5, 6, 7, 6, 7);
+    return AsLanes<I32x4>(twice) >> 16;
+}
+
+inline I32x4 WidenHigh(I16x8 lanes) {
+    const U8x16 bytes = AsLanes<U8x16>(lanes);
+    const U8x16 twice =
+        QORFP_PICK_LANES(bytes, bytes, 8, 9, 8, 9, 10, 11, 10, 11, 12, 13, 12, 13, 14, 15, 14, 15);
+    return AsLanes<I32x4>(twice) >> 16;
+}
+
+/// The way back: eight lanes as 16-bit numbers, which they must fit.
+inline I16x8 Narrow(I32x4 low, I32x4 high) {
+#if defined(__SSE2__)
+    return AsLanes<I16x8>(_mm_packs_epi32(AsLanes<__m128i>(low), AsLanes<__m128i>(high)));
+#else
+    const U8x16 a = AsLanes<U8x16>(low);
+    const U8x16 b = AsLanes<U8x16>(high);
+    if (kIsBigEndian) {
+        return AsLanes<I16x8>(
+            QORFP_PICK_LANES(a, b, 2, 3, 6, 7, 10, 11, 14, 15, 18, 19, 22, 23, 26, 27, 30, 31));
+    }
+    return AsLanes<I16x8>(
+        QORFP_PICK_LANES(a, b, 0, 1, 4, 5, 8, 9, 12, 13, 16, 17, 20, 21, 24, 25, 28, 29));
+#endif
+}
+
+/// a0 x b0 + a1 x b1, a2 x b2 + a3 x b3, ...
+inline I32x4 MultiplyPairs(I16x8 a, I16x8 b) {
+#if defined(__SSE2__)
+    return AsLanes<I32x4>(_mm_madd_epi16(AsLanes<__m128i>(a), AsLanes<__m128i>(b)));
+#else
+    // Which lane of a pair lies in the upper half of 32 bits does not matter to a sum.
+    const auto upper = [](I16x8 lanes) { return AsLanes<I32x4>(lanes) >> 16; };
+    const auto lower = [](I16x8 lanes) {
+        return AsLanes<I32x4>(AsLanes<U32x4>(lanes) << 16) >> 16;
+    };
+    return upper(a) * upper(b) + lower(a) * lower(b);
+#endif
+}
+
 /// `value` in every lane.
 inline U16x8 EveryLane(uint16_t value) {
     return value + U16x8{};
@@ -159,6 +216,10 @@ inline void StoreLanes(U16x16 lanes, uint16_t* to) {
 
 inline U16x16 operator+(U16x16 a, U16x16 b) {
     return {a.low + b.low, a.high + b.high};
+}
+
+inline U16x16 operator+(U16x16 lanes, uint16_t value) {
+    return {lanes.low + value, lanes.high + value};
 }
 
 inline U16x16 operator-(U16x16 a, U16x16 b) {
@@ -217,8 +278,8 @@ inline U16x16 LookUp(const uint16_t* table, const uint8_t* at) {
 /// reads must not be what it wrote.
 template <class Work>
 inline void ForEachVector(ptrdiff_t begin, ptrdiff_t end, Work work) {
-    ptrdiff_t step = (end - begin - 1) % kVectorBytes + 1;
-    for (ptrdiff_t x = begin; x < end; x += step, step = kVectorBytes) {
+    work(begin);
+    for (ptrdiff_t x = begin + (end - begin - 1) % kVectorBytes + 1; x < end; x += kVectorBytes) {
         work(x);
     }
 }

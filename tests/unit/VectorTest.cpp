@@ -97,16 +97,40 @@ TEST(Vector, MultipliesToTheUpperHalf) {
               (Lanes<uint16_t>{0, 0, 0, 65534, 1, 0, 1, 30517}));
 }
 
+TEST(Vector, SplitsEvenAndOddBytes) {
+    const U8x16 bytes = Counting(3, 16);  // 3, 19, ... 243
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::EvenBytes(bytes)),
+              (Lanes<uint16_t>{3, 35, 67, 99, 131, 163, 195, 227}));
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::OddBytes(bytes)),
+              (Lanes<uint16_t>{19, 51, 83, 115, 147, 179, 211, 243}));
+}
+
+TEST(Vector, WidensAndNarrowsSignedNumbers) {
+    const I16x8 lanes = {-32768, 32767, -1, 0, 1, -300, 300, 7};
+    const qorfp::I32x4 low = qorfp::WidenLow(lanes);
+    const qorfp::I32x4 high = qorfp::WidenHigh(lanes);
+    EXPECT_EQ(LanesOf<int32_t>(low), (Lanes<int32_t>{-32768, 32767, -1, 0}));
+    EXPECT_EQ(LanesOf<int32_t>(high), (Lanes<int32_t>{1, -300, 300, 7}));
+    EXPECT_EQ(LanesOf<int16_t>(qorfp::Narrow(low, high)), LanesOf<int16_t>(lanes));
+}
+
+TEST(Vector, MultipliesPairs) {
+    const I16x8 a = {1, 2, -3, 4, 32767, 32767, -32768, 100};
+    const I16x8 b = {10, 100, 1000, -1, 32767, 32767, 32767, -100};
+    EXPECT_EQ(LanesOf<int32_t>(qorfp::MultiplyPairs(a, b)),
+              (Lanes<int32_t>{210, -3004, 2147352578, -1073719056}));
+}
+
 TEST(Vector, CalculatesInSixteenLanes) {
     const U8x16 bytes = Counting(7, 16);
     const qorfp::U16x16 wide = qorfp::Widen(bytes);
     EXPECT_EQ(LanesOf<uint8_t>(qorfp::Narrow(wide)), LanesOf<uint8_t>(bytes));
     std::array<uint16_t, 17> stored = {};
-    qorfp::StoreLanes(wide * 250 + wide - wide * wide, stored.data() + 1);
+    qorfp::StoreLanes(wide * 250 + wide + 9 - wide * wide, stored.data() + 1);
     EXPECT_EQ(stored[0], 0);
     for (size_t lane = 0; lane < 16; ++lane) {
         const int32_t value = 7 + 16 * static_cast<int32_t>(lane);
-        EXPECT_EQ(stored[lane + 1], static_cast<uint16_t>(251 * value - value * value)) << lane;
+        EXPECT_EQ(stored[lane + 1], static_cast<uint16_t>(251 * value + 9 - value * value)) << lane;
     }
     const qorfp::U16x16 loaded = qorfp::LoadLanes(stored.data() + 1) >> 3;
     const qorfp::U16x16 byFactor = qorfp::MultiplyHigh(loaded, 60000);

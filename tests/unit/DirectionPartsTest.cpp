@@ -1,0 +1,225 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The parts of the orientation field one by one: grey stretch, block gradients, window sums and
+// orientations by vectors, against the same rules written one number at a time.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "extract/BlockGradients.h"
+#include "extract/GradientWindow.h"
+#include "extract/GreyStretch.h"
+#include "extract/Orientation.h"
+#include "tests/model/ModelMaths.h"
+#include "tests/support/TestImages.h"
+
+namespace {
+
+// --- Grey stretch ------------------------------------------------------------------------------
+
+TEST(GreyStretcher, EqualsTheRuleForEveryStretchAndLevel) {
+    for (int32_t low = 0; low <= 254; ++low) {
+        for (int32_t range = 1; range <= 255 - low; ++range) {
+            const qorfp::GreyStretcher stretcher(qorfp::GreyStretch{low, range});
+            for (int32_t first = 0; first < 256; first += 16) {
+                qorfp::U8x16 levels = {};
+                for (int32_t lane = 0; lane < 16; ++lane) {
+                    levels[static_cast<size_t>(lane)] = static_cast<uint8_t>(first + lane);
+                }
+                const qorfp::U8x16 stretched = stretcher.Of(levels);
+                for (int32_t lane = 0; lane < 16; ++lane) {
+                    const int32_t level = first + lane;
+                    const int32_t expected =
+                        level < low ? 0 : std::min(255, (510 * (level - low) / range + 1) / 2);
+                    ASSERT_EQ(stretched[static_cast<size_t>(lane)], expected)
+                        << low << " to " << low + range << ", level " << level;
+                }
+            }
+        }
+    }
+}
+
+// --- Block gradients ---------------------------------------------------------------------------
+
+int32_t RoundedSixteenth(int32_t value) {
+    return value >= 0 ? (value + 8) / 16 : -((-value + 8) / 16);
+}
+
+TEST(FindGradients, EqualsTheRuleAtEveryLength) {
+    testsupport::Random random(testsupport::Seed() + 41);
+    auto rows = std::make_unique<std::array<qorfp::PixelRow, 5>>();
+    for (int32_t columns = 1; columns <= qorfp::kMaxBlockColumns; ++columns) {
+        const bool isExtreme = columns % 3 == 0;
+        for (qorfp::PixelRow& row : *rows) {
+            for (uint8_t& pixel : row) {
+                const int32_t grey = random.Below(256);
+                pixel = static_cast<uint8_t>(isExtreme ? grey / 128 * 255 : grey);
+            }
+        }
+        const uint8_t* pointers[5] = {(*rows)[0], (*rows)[1], (*rows)[2], (*rows)[3], (*rows)[4]};
+        qorfp::GradientRow gradients;
+        std::fill(std::begin(gradients.x), std::end(gradients.x), int16_t{7777});
+        std::fill(std::begin(gradients.y), std::end(gradients.y), int16_t{7777});
+        qorfp::FindGradients(pointers, columns, &gradients);
+        for (int32_t column = 0; column < columns; ++column) {
+            const auto at = [&](int32_t dx, int32_t dy) -> int32_t {
+                return (*rows)[static_cast<size_t>(2 + dy)][4 * column + 2 + dx];
+            };
+            const int32_t x = 3 * (at(1, 0) - at(-1, 0)) + at(1, -1) - at(-1, -1) + at(1, 1) -
+                              at(-1, 1) + at(2, 0) - at(-2, 0);
+            const int32_t y = 3 * (at(0, 1) - at(0, -1)) + at(-1, 1) - at(-1, -1) + at(1, 1) -
+                              at(1, -1) + at(0, 2) - at(0, -2);
+            ASSERT_EQ(gradients.x[column], RoundedSixteenth(x)) << column << " of " << columns;
+            ASSERT_EQ(gradients.y[column], RoundedSixteenth(y)) << column << " of " << columns;
+        }
+        for (int32_t column = columns; column < qorfp::PadColumns(columns); ++column) {
+            ASSERT_EQ(gradients.x[column], 0) << column << " beyond " << columns;
+            ASSERT_EQ(gradients.y[column], 0) << column << " beyond " << columns;
+        }
+    }
+}
+
+// --- Window sums -------------------------------------------------------------------------------
+
+TEST(WindowSum, EqualsTheSumOfEachClippedWindow) {
+    testsupport::Random random(testsupport::Seed() + 42);
+    auto window = std::make_unique<qorfp::WindowSum>();
+    for (int32_t columns = 1; columns <= qorfp::kMaxBlockColumns; columns += 1 + columns / 20) {
+        for (const int32_t reach : {3, 4}) {
+            SCOPED_TRACE(std::to_string(columns) + " columns, reach " + std::to_string(reach));
+            const int32_t mapRows = random.Between(1, 2 * reach + 5);
+            std::vector<std::array<int16_t, qorfp::kPaddedColumns>> map(
+                static_cast<size_t>(mapRows + reach));
+            for (int32_t row = 0; row < mapRows + reach; ++row) {
+                map[static_cast<size_t>(row)].fill(0);
+                for (int32_t column = 0; row < mapRows && column < columns; ++column) {
+                    map[static_cast<size_t>(row)][static_cast<size_t>(column)] =
+                        static_cast<int16_t>(random.OneIn(3) ? random.OneIn(2) ? 9216 : -9216
+                                                             : random.Between(-9216, 9216));
+                }
+            }
+            window->Clear(reach);
+            for (int32_t entering = 0; entering < mapRows + reach; ++entering) {
+                window->Slide(entering, columns, map[static_cast<size_t>(entering)].data());
+                if (entering < reach) {
+                    continue;
+                }
+                qorfp::WindowRow sums;
+                window->SumAcross(columns, &sums);
+                for (int32_t column = 0; column < columns; ++column) {
+                    int32_t expected = 0;
+                    for (int32_t y = std::max(0, entering - 2 * reach); y <= entering; ++y) {
+                        for (int32_t x = std::max(0, column - reach);
+                             x <= std::min(columns - 1, column + reach); ++x) {
+                            expected += map[static_cast<size_t>(y)][static_cast<size_t>(x)];
+                        }
+                    }
+                    ASSERT_EQ(sums[column], expected)
+                        << "row " << entering - reach << ", column " << column;
+                }
+            }
+        }
+    }
+}
+
+// --- Orientations ------------------------------------------------------------------------------
+
+int32_t ExpectedOrientation(int64_t d, int64_t mixed) {
+    int64_t a = std::abs(d);
+    int64_t b = std::abs(2 * mixed);
+    const int64_t longest = std::max(a, b);
+    if (longest > 49) {
+        a = (49 * a + longest / 2) / longest;
+        b = (49 * b + longest / 2) / longest;
+    }
+    const int32_t angle = model::AtanAEntry(static_cast<int32_t>(b), static_cast<int32_t>(a));
+    int32_t doubled = 0;
+    if (d > 0) {
+        doubled = mixed >= 0 ? angle : 120 - angle;
+    } else {
+        doubled = mixed > 0 ? 60 - angle : 60 + angle;
+    }
+    return doubled == 120 ? 60 : doubled <= 59 ? doubled + 60 : doubled - 60;
+}
+
+class OrientationSums {
+  public:
+    ~OrientationSums() { Check(); }
+
+    void Add(int32_t d, int32_t mixed) {
+        if (count_ == limit_) {
+            Check();
+        }
+        differences_[count_] = d;
+        mixed_[count_] = mixed;
+        ++count_;
+    }
+
+  private:
+    void Check() {
+        const int32_t count = count_;
+        count_ = 0;
+        limit_ = limit_ % qorfp::kMaxBlockColumns + 1;  // all lengths in turn
+        qorfp::OrientationRow found;
+        qorfp::FindOrientations(differences_, mixed_, count, &found);
+        for (int32_t index = 0; index < count; ++index) {
+            ASSERT_EQ(found[index], ExpectedOrientation(differences_[index], mixed_[index]))
+                << "difference " << differences_[index] << ", mixed " << mixed_[index];
+        }
+    }
+
+    int32_t count_ = 0;
+    int32_t limit_ = qorfp::kMaxBlockColumns;
+    qorfp::WindowRow differences_ = {};
+    qorfp::WindowRow mixed_ = {};
+};
+
+TEST(FindOrientations, EqualsTheRuleForShortGradients) {
+    OrientationSums sums;
+    for (int32_t d = -130; d <= 130; ++d) {
+        for (int32_t mixed = -65; mixed <= 65; ++mixed) {
+            sums.Add(d, mixed);
+        }
+    }
+}
+
+// Around each of the quotients 0..49, from above and below, on both axes and in all quadrants.
+TEST(FindOrientations, EqualsTheRuleAtEveryBound) {
+    OrientationSums sums;
+    constexpr int32_t kLargest = 81 * 96 * 96;
+    for (const int32_t longer :
+         {50, 51, 97, 98, 99, 100, 1000, 4097, 65536, 99998, 100001, kLargest - 1, kLargest}) {
+        for (int32_t quotient = 0; quotient <= 49; ++quotient) {
+            const int64_t product = int64_t{quotient} * longer - longer / 2;
+            for (int64_t shorter = product / 49 - 3; shorter <= product / 49 + 3; ++shorter) {
+                if (shorter < 0 || shorter > longer) {
+                    continue;
+                }
+                const int32_t across = static_cast<int32_t>(shorter);
+                for (const int32_t sign : {1, -1}) {
+                    sums.Add(longer, sign * (across / 2));
+                    sums.Add(-longer, sign * (across / 2));
+                    sums.Add(across, sign * (longer / 2));
+                    sums.Add(-across, sign * (longer / 2));
+                }
+            }
+        }
+    }
+}
+
+TEST(FindOrientations, EqualsTheRuleForAnySums) {
+    testsupport::Random random(testsupport::Seed() + 43);
+    OrientationSums sums;
+    for (int32_t round = 0; round < 300000; ++round) {
+        const int32_t limit = 1 << random.Between(0, 19);
+        sums.Add(random.Between(-limit, limit), random.Between(-limit / 2, limit / 2));
+    }
+}
+
+}  // namespace
