@@ -1,70 +1,134 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Binarisation by local means: 0 where a pixel is darker than its surroundings (ridge), else 255.
+//
+// The sums are 16-bit numbers, in rows of the even and rows of the odd columns: so they come out of
+// vectors of bytes, and so the results go back.
 
 #include <stddef.h>
 #include <string.h>
 
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
+#include "extract/FixedMath.h"
+#include "extract/Vector.h"
 
 namespace {
 
 using namespace qorfp;
 
-constexpr uint8_t kRidge = 0;
 constexpr uint8_t kBackground = 255;
 
 constexpr int32_t kRingDistance = 3;  // BinImageA: eight pixels on a square ring
-constexpr int32_t kRingRows = kRingDistance + 1;
+constexpr int32_t kRingRows = 2 * kRingDistance + 1;
 
 constexpr int32_t kBoxReach = 5;  // BinImageB: an 11 x 11 box
 constexpr int32_t kBoxRows = 2 * kBoxReach + 1;
 
-// Finished rows wait until no ring reads the row that they replace.
+constexpr int32_t kLanes = kVectorBytes / 2;
+constexpr int32_t kPairs = kMaxStageWidth / 2;
+static_assert(kMaxStageWidth % kVectorBytes == 0, "whole vectors");
+
+// A number for each column.
+struct SplitRow {
+    uint16_t even[kPairs];
+    uint16_t odd[kPairs];
+};
+
 struct BinImageAScratch {
-    uint8_t waiting[kRingRows][kMaxStageWidth];
+    SplitRow threes[kRingRows];  // sums of the pixels 3 to the left, at and 3 to the right
+    uint8_t line[kVectorBytes + kMaxStageWidth + kVectorBytes];
+    uint8_t out[kMaxStageWidth];
 };
 static_assert(FitsEveryImage(sizeof(BinImageAScratch)), "fits behind every accepted image");
 
-// Copies of the rows in the box: by the time a row leaves, the image's own has been overwritten.
+// Zeros beyond either end of a row of sums stand for the columns outside the image.
 struct BinImageBScratch {
-    uint8_t rows[kBoxRows][kMaxStageWidth];
-    int32_t columnSums[kMaxStageWidth];
+    SplitRow rows[kBoxRows];                      // the pixels of the rows in the box
+    uint16_t evenSums[kLanes + kPairs + kLanes];  // of each column
+    uint16_t oddSums[kLanes + kPairs + kLanes];
+    uint16_t pairSums[kLanes + kPairs + kLanes];  // of an even column and the odd one after it
+    SplitRow columnCounts;                        // columns in the box
+    uint8_t line[kMaxStageWidth];                 // zeros behind the row's end
+    uint8_t out[kMaxStageWidth];
 };
 static_assert(FitsEveryImage(sizeof(BinImageBScratch)), "fits behind every accepted image");
 
-void BinariseRowByRing(const uint8_t* row, int32_t width, uint8_t* out) {
-    const uint8_t* above = row - kRingDistance * width;
-    const uint8_t* below = row + kRingDistance * width;
-    memset(out, kBackground, static_cast<size_t>(width));
-    for (int32_t x = kRingDistance; x < width - kRingDistance; ++x) {
-        const int32_t left = x - kRingDistance;
-        const int32_t right = x + kRingDistance;
-        const int32_t sum = above[left] + above[x] + above[right] + row[left] + row[right] +
-                            below[left] + below[x] + below[right];
-        out[x] = sum > 8 * row[x] ? kRidge : kBackground;
+U16x8 Load(const uint16_t* from) {
+    return LoadVector<U16x8>(from);
+}
+
+// 0 where a sum is greater than its limit, else 255. All at most 32,767.
+U8x16 Binarise(U16x8 evenSums, U16x8 evenLimits, U16x8 oddSums, U16x8 oddLimits) {
+    return ~JoinMasks(AsLanes<I16x8>(evenSums) > AsLanes<I16x8>(evenLimits),
+                      AsLanes<I16x8>(oddSums) > AsLanes<I16x8>(oddLimits));
+}
+
+// Adds the row in `line` to the ring as its row y, and binarises the one 3 above it, of `pixels`.
+// The eight pixels' sum is greater than 8 x the pixel exactly when the sum of all nine is greater
+// than 9 x the pixel. `out` may be `pixels`.
+void AdvanceRing(int32_t y, int32_t width, const uint8_t* pixels, BinImageAScratch* scratch,
+                 uint8_t* out) {
+    constexpr uint16_t kNine = 9;
+    const SplitRow& top = scratch->threes[(y + 1) % kRingRows];  // of row y - 6
+    const SplitRow& middle = scratch->threes[(y + 1 + kRingDistance) % kRingRows];
+    SplitRow* bottom = &scratch->threes[y % kRingRows];
+    const uint8_t* line = scratch->line + kVectorBytes;
+    for (int32_t i = 0; 2 * i < width; i += kLanes) {
+        const U8x16 left = LoadVector<U8x16>(line + 2 * i - kRingDistance);
+        const U8x16 centre = LoadVector<U8x16>(line + 2 * i);
+        const U8x16 right = LoadVector<U8x16>(line + 2 * i + kRingDistance);
+        const U16x8 even = EvenBytes(left) + EvenBytes(centre) + EvenBytes(right);
+        const U16x8 odd = OddBytes(left) + OddBytes(centre) + OddBytes(right);
+        StoreVector(even, bottom->even + i);
+        StoreVector(odd, bottom->odd + i);
+        const U8x16 pixel = LoadVector<U8x16>(pixels + 2 * i);
+        StoreVector(
+            Binarise(Load(top.even + i) + Load(middle.even + i) + even, EvenBytes(pixel) * kNine,
+                     Load(top.odd + i) + Load(middle.odd + i) + odd, OddBytes(pixel) * kNine),
+            out + 2 * i);
     }
 }
 
-void BinariseRowByBox(const int32_t* columnSums, int32_t rowCount, int32_t width, uint8_t* row) {
-    int32_t sum = 0;
-    int32_t columnCount = 0;
-    for (int32_t x = 0; x < kBoxReach && x < width; ++x) {
-        sum += columnSums[x];
-        ++columnCount;
+// Replaces the oldest row of the box, row y - 11, by row y.
+void AdvanceBox(int32_t y, int32_t width, const uint8_t* pixels, BinImageBScratch* scratch) {
+    SplitRow* row = &scratch->rows[y % kBoxRows];
+    for (int32_t i = 0; 2 * i < width; i += kLanes) {
+        const U8x16 entering = LoadVector<U8x16>(pixels + 2 * i);
+        const U16x8 even = EvenBytes(entering);
+        const U16x8 odd = OddBytes(entering);
+        const U16x8 evenSum = Load(scratch->evenSums + kLanes + i) + even - Load(row->even + i);
+        const U16x8 oddSum = Load(scratch->oddSums + kLanes + i) + odd - Load(row->odd + i);
+        StoreVector(even, row->even + i);
+        StoreVector(odd, row->odd + i);
+        StoreVector(evenSum, scratch->evenSums + kLanes + i);
+        StoreVector(oddSum, scratch->oddSums + kLanes + i);
+        StoreVector(evenSum + oddSum, scratch->pairSums + kLanes + i);
     }
-    for (int32_t x = 0; x < width; ++x) {
-        if (x + kBoxReach < width) {
-            sum += columnSums[x + kBoxReach];
-            ++columnCount;
-        }
-        if (x > kBoxReach) {
-            sum -= columnSums[x - kBoxReach - 1];
-            --columnCount;
-        }
-        row[x] = sum > rowCount * columnCount * row[x] ? kRidge : kBackground;
+}
+
+// Binarises row y, in the middle of the box. The boxes of an even column and of the odd one after it
+// have five pairs of columns in common, and one column more each.
+void BinariseByBox(int32_t y, int32_t width, int32_t rowCount, const BinImageBScratch& scratch,
+                   uint8_t* out) {
+    const SplitRow& row = scratch.rows[y % kBoxRows];
+    const SplitRow& columns = scratch.columnCounts;
+    const uint16_t rows = static_cast<uint16_t>(rowCount);
+    for (int32_t i = 0; 2 * i < width; i += kLanes) {
+        const uint16_t* pairs = scratch.pairSums + kLanes + i;
+        const U16x8 common =
+            Load(pairs - 2) + Load(pairs - 1) + Load(pairs) + Load(pairs + 1) + Load(pairs + 2);
+        StoreVector(Binarise(common + Load(scratch.oddSums + kLanes + i - 3),
+                             Load(columns.even + i) * rows * Load(row.even + i),
+                             common + Load(scratch.evenSums + kLanes + i + 3),
+                             Load(columns.odd + i) * rows * Load(row.odd + i)),
+                    out + 2 * i);
     }
+}
+
+// How many of size pixels lie within the box's reach of one.
+int32_t CountInReach(int32_t at, int32_t size) {
+    return Min(at, kBoxReach) + 1 + Min(size - 1 - at, kBoxReach);
 }
 
 }  // namespace
@@ -74,22 +138,30 @@ void BinImageA(uint8_t* buffer, int32_t width, int32_t height) {
     if (!layout.isUsable || !HasRoom(layout.periodMap, sizeof(BinImageAScratch))) {
         return;
     }
+    constexpr int32_t kFrame = kRingDistance;
+    if (width <= 2 * kFrame || height <= 2 * kFrame) {
+        memset(buffer, kBackground, static_cast<size_t>(width * height));
+        return;
+    }
     BinImageAScratch* scratch = WorkAt<BinImageAScratch>(buffer + layout.periodMap);
     const size_t rowBytes = static_cast<size_t>(width);
-    for (int32_t y = 0; y < height + kRingDistance; ++y) {
-        if (y < height) {
-            uint8_t* out = scratch->waiting[y % kRingRows];
-            if (y >= kRingDistance && y < height - kRingDistance) {
-                BinariseRowByRing(buffer + y * width, width, out);
-            } else {
-                memset(out, kBackground, rowBytes);
+    const bool isWhole = width % kVectorBytes == 0;
+    for (int32_t y = 0; y < height; ++y) {
+        memcpy(scratch->line + kVectorBytes, buffer + y * width, rowBytes);
+        const bool isFinished = y >= 2 * kFrame;
+        uint8_t* row = buffer + (isFinished ? y - kRingDistance : 0) * width;
+        uint8_t* out = isFinished && isWhole ? row : scratch->out;
+        AdvanceRing(y, width, row, scratch, out);
+        if (isFinished) {
+            if (!isWhole) {
+                memcpy(row, out, rowBytes);
             }
-        }
-        const int32_t finished = y - kRingDistance;
-        if (finished >= 0) {
-            memcpy(buffer + finished * width, scratch->waiting[finished % kRingRows], rowBytes);
+            memset(row, kBackground, kFrame);
+            memset(row + width - kFrame, kBackground, kFrame);
         }
     }
+    memset(buffer, kBackground, static_cast<size_t>(kFrame * width));
+    memset(buffer + (height - kFrame) * width, kBackground, static_cast<size_t>(kFrame * width));
 }
 
 void BinImageB(uint8_t* buffer, int32_t width, int32_t height) {
@@ -98,26 +170,31 @@ void BinImageB(uint8_t* buffer, int32_t width, int32_t height) {
         return;
     }
     BinImageBScratch* scratch = WorkAt<BinImageBScratch>(buffer + layout.periodMap);
-    memset(scratch->columnSums, 0, sizeof(scratch->columnSums));
-    int32_t rowCount = 0;
+    const size_t rowBytes = static_cast<size_t>(width);
+    memset(scratch, 0, sizeof(*scratch));
+    for (int32_t x = 0; x < width; ++x) {
+        uint16_t* counts = x % 2 == 0 ? scratch->columnCounts.even : scratch->columnCounts.odd;
+        counts[x / 2] = static_cast<uint16_t>(CountInReach(x, width));
+    }
+    // Rows that are not whole vectors are taken, and written, through lines of scratch. Below the
+    // last row enter zeros.
+    const bool isWhole = width % kVectorBytes == 0;
     for (int32_t entering = 0; entering < height + kBoxReach; ++entering) {
-        uint8_t* ringRow = scratch->rows[entering % kBoxRows];
-        if (entering >= kBoxRows) {
-            for (int32_t x = 0; x < width; ++x) {
-                scratch->columnSums[x] -= ringRow[x];
-            }
-            --rowCount;
+        const uint8_t* row = buffer + entering * width;
+        if (entering >= height) {
+            row = static_cast<const uint8_t*>(memset(scratch->line, 0, rowBytes));
+        } else if (!isWhole) {
+            row = static_cast<const uint8_t*>(memcpy(scratch->line, row, rowBytes));
         }
-        if (entering < height) {
-            memcpy(ringRow, buffer + entering * width, static_cast<size_t>(width));
-            for (int32_t x = 0; x < width; ++x) {
-                scratch->columnSums[x] += ringRow[x];
+        AdvanceBox(entering, width, row, scratch);
+        const int32_t y = entering - kBoxReach;
+        if (y >= 0) {
+            uint8_t* out = buffer + y * width;
+            BinariseByBox(y, width, CountInReach(y, height), *scratch,
+                          isWhole ? out : scratch->out);
+            if (!isWhole) {
+                memcpy(out, scratch->out, rowBytes);
             }
-            ++rowCount;
-        }
-        if (entering >= kBoxReach) {
-            BinariseRowByBox(scratch->columnSums, rowCount, width,
-                             buffer + (entering - kBoxReach) * width);
         }
     }
 }

@@ -110,15 +110,23 @@ inline U8x16 NarrowMask(I16x8 low, I16x8 high) {
 #endif
 }
 
-/// Bytes 0, 2, 4, ... and bytes 1, 3, 5, ... as 16-bit numbers.
+/// Bytes 0, 2, .. 14 as 16-bit numbers.
 inline U16x8 EvenBytes(U8x16 bytes) {
     const U16x8 pairs = AsLanes<U16x8>(bytes);
-    return kIsBigEndian ? pairs >> 8 : pairs & 255;
+    return kIsBigEndian ? pairs >> 8 : pairs & uint16_t{0xFF};
 }
 
+/// Bytes 1, 3, .. 15 as 16-bit numbers.
 inline U16x8 OddBytes(U8x16 bytes) {
     const U16x8 pairs = AsLanes<U16x8>(bytes);
-    return kIsBigEndian ? pairs & 255 : pairs >> 8;
+    return kIsBigEndian ? pairs & uint16_t{0xFF} : pairs >> 8;
+}
+
+/// The results of two comparisons, of the even bytes and of the odd ones, as one for all 16 bytes.
+inline U8x16 JoinMasks(I16x8 even, I16x8 odd) {
+    const U16x8 inUpper = AsLanes<U16x8>(kIsBigEndian ? even : odd);
+    const U16x8 inLower = AsLanes<U16x8>(kIsBigEndian ? odd : even);
+    return AsLanes<U8x16>((inUpper & uint16_t{0xFF00}) | (inLower & uint16_t{0xFF}));
 }
 
 /// The first, or the last, four lanes as 32-bit numbers.

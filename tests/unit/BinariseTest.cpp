@@ -189,4 +189,30 @@ TEST(BinImage, EqualsModel) {
     }
 }
 
+TEST(BinImage, EqualsModelAtEveryWidth) {
+    // Rows of fewer pixels than a vector, of whole vectors, and with every remainder; extreme sums.
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 31);
+    std::vector<int32_t> widths;
+    for (int32_t width = 1; width <= 70; ++width) {
+        widths.push_back(width);
+    }
+    widths.insert(widths.end(), {127, 128, 129, 256, 511, 512});
+    WorkBuffer buffer;
+    for (const int32_t width : widths) {
+        SCOPED_TRACE("width " + std::to_string(width));
+        const int32_t height = random.Between(1, 30);
+        for (const Grid& image :
+             {testsupport::NoiseImage(width, height, random),
+              testsupport::BinaryNoise(width, height, random, random.Between(2, 98))}) {
+            ASSERT_EQ(FirstDifference(model::BinImageA(image), RunStage(BinImageA, buffer, image)),
+                      "");
+            ASSERT_EQ(FirstDifference(model::BinImageB(image), RunStage(BinImageB, buffer, image)),
+                      "");
+        }
+    }
+    EXPECT_TRUE(buffer.GuardsIntact());
+}
+
 }  // namespace

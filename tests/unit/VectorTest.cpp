@@ -67,6 +67,30 @@ TEST(Vector, WidensAndNarrows) {
               (Lanes<uint8_t>{0, 255, 254, 1, 128, 127, 255, 0, 7, 23, 39, 55, 71, 87, 103, 119}));
 }
 
+TEST(Vector, SplitsEvenAndOddBytes) {
+    const U8x16 bytes = Counting(7, 16);  // 7, 23, ... 247
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::EvenBytes(bytes)),
+              (Lanes<uint16_t>{7, 39, 71, 103, 135, 167, 199, 231}));
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::OddBytes(bytes)),
+              (Lanes<uint16_t>{23, 55, 87, 119, 151, 183, 215, 247}));
+}
+
+TEST(Vector, JoinsMasks) {
+    const I16x8 even = {0, -1, -1, 0, 0, 0, -1, 0};
+    const I16x8 odd = {-1, -1, 0, 0, 0, -1, 0, -1};
+    EXPECT_EQ(LanesOf<uint8_t>(qorfp::JoinMasks(even, odd)),
+              (Lanes<uint8_t>{0, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 255, 255, 0, 0, 255}));
+}
+
+TEST(Vector, KnowsZero) {
+    EXPECT_TRUE(qorfp::IsZero(U8x16{}));
+    for (size_t lane = 0; lane < 16; ++lane) {
+        U8x16 vector = {};
+        vector[lane] = static_cast<uint8_t>(1 << lane % 8);
+        EXPECT_FALSE(qorfp::IsZero(vector)) << lane;
+    }
+}
+
 TEST(Vector, NarrowsMasks) {
     const I16x8 low = {0, -1, -1, 0, 0, 0, -1, 0};
     const I16x8 high = {-1, -1, 0, 0, 0, -1, 0, -1};
@@ -95,14 +119,6 @@ TEST(Vector, MultipliesToTheUpperHalf) {
     // 65535 x 65535 = 0xFFFE0001; 257 x 255 = 0xFFFF; 40000 x 50000 = 0x77359400.
     EXPECT_EQ(LanesOf<uint16_t>(qorfp::MultiplyHigh(a, b)),
               (Lanes<uint16_t>{0, 0, 0, 65534, 1, 0, 1, 30517}));
-}
-
-TEST(Vector, SplitsEvenAndOddBytes) {
-    const U8x16 bytes = Counting(3, 16);  // 3, 19, ... 243
-    EXPECT_EQ(LanesOf<uint16_t>(qorfp::EvenBytes(bytes)),
-              (Lanes<uint16_t>{3, 35, 67, 99, 131, 163, 195, 227}));
-    EXPECT_EQ(LanesOf<uint16_t>(qorfp::OddBytes(bytes)),
-              (Lanes<uint16_t>{19, 51, 83, 115, 147, 179, 211, 243}));
 }
 
 TEST(Vector, WidensAndNarrowsSignedNumbers) {
