@@ -32,6 +32,10 @@ bench_packages=("${build_packages[@]}" libbenchmark-dev python3)
 # Counting instructions, on the host and on emulated 32-bit ARM.
 count_packages=("${bench_packages[@]}" g++-arm-linux-gnueabihf qemu-user valgrind)
 
+# Debian packages of the product, and looking at them.
+package_packages=(dpkg-dev gzip)
+package_check_packages=(lintian man-db qemu-user)
+
 # install_packages LOG PACKAGE...: installs those that are missing and says which. Needs root or
 # sudo only when one is missing. On a system without apt it leaves the matter to the build.
 install_packages() {
