@@ -50,6 +50,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/match/IndexDifference.cpp
   ${PROJECT_SOURCE_DIR}/match/IndexKeys.cpp
   ${PROJECT_SOURCE_DIR}/match/IndexScore.cpp
+  ${PROJECT_SOURCE_DIR}/match/IndexThinning.cpp
   ${PROJECT_SOURCE_DIR}/match/Match.cpp
   ${PROJECT_SOURCE_DIR}/match/MinutiaMean.cpp
   ${PROJECT_SOURCE_DIR}/match/Neighbours.cpp

@@ -16,6 +16,7 @@ constexpr int32_t kMaxWorkKeys = 30;    ///< keys of a probe
 constexpr int32_t kMaxStoredKeys = 19;  ///< keys in a template's index area
 constexpr int32_t kPackedKeyBytes = 7;
 constexpr int32_t kKeySlots = 3;  ///< neighbours that a key describes
+constexpr int32_t kQuadrants = 4;  ///< around a minutia's direction
 
 /// Integers that quickSort needs: a stack of 20 range starts and one of 20 range ends.
 constexpr int32_t kSortLevels = 20;
@@ -99,14 +100,12 @@ struct IndexWorkspace {
 
     IndexScoreScratch score;
 
-    int32_t distance[kMaxMinutiae * kMaxMinutiae];  ///< row stride = minutia count; 0: no neighbour
-    int32_t angle[kMaxMinutiae * kMaxMinutiae];     ///< direction of the line from i to j
-    int32_t centreDistance[kMaxMinutiae];           ///< squared
-    int32_t order[kMaxMinutiae];                    ///< minutia numbers by centre distance
     MinutiaSet set;
+    int32_t direction[kMaxMinutiae];            ///< of each minutia, 0..239
+    int32_t nearest[kMaxMinutiae][kQuadrants];  ///< neighbour of each, with distance and angle
+    int32_t centreDistance[kMaxMinutiae];       ///< squared
+    int32_t order[kMaxMinutiae];                ///< minutia numbers by centre distance
     int32_t sortScratch[kSortScratch];
-    uint8_t isRemoved[kMaxWorkKeys];
-    int32_t dissimilarity[kMaxWorkKeys * kMaxWorkKeys];
 };
 
 static_assert(sizeof(IndexWorkspace) <= static_cast<size_t>(kWorkBytes), "fits the work buffer");

@@ -8,6 +8,7 @@
 #include <string.h>
 
 #include "extract/FixedMath.h"
+#include "match/NearTurns.h"
 
 namespace {
 
@@ -25,23 +26,8 @@ void AddNear(int32_t value, int32_t tolerance, int32_t plane, KeySet key,
     }
 }
 
-// The keys near each a value of each slot.
-using TurnSets = KeySet[kKeySlots][kTurnLevels];
-
-// False when a key has a value that no key can have.
-bool FindNearTurns(const IndexWorkspace& index, TurnSets near) {
-    for (int32_t k = 0; k < index.keyCount; ++k) {
-        for (int32_t slot = 0; slot < kKeySlots; ++slot) {
-            const int32_t turn = index.keys[k].a[slot];
-            if (turn >= kTurnLevels) {
-                return false;
-            }
-            for (int32_t step = -kTurnReach; step <= kTurnReach; ++step) {
-                near[slot][(turn + step + kTurnLevels) % kTurnLevels] |= KeySet{1} << k;
-            }
-        }
-    }
-    return true;
+bool HasPossibleTurns(const WorkKey& key) {
+    return key.a[0] < kTurnLevels && key.a[1] < kTurnLevels && key.a[2] < kTurnLevels;
 }
 
 // The keys in a bucket. False when it leaves the plane's entries or holds a key that does not exist.
@@ -61,9 +47,10 @@ bool ReadBucket(const Plane& plane, int32_t bucket, int32_t keyCount, KeySet* ke
 }
 
 // False when a bucket does not hold the keys near both of its values.
-bool AddBuckets(const IndexWorkspace& index, const TurnSets near, int32_t plane, ProbeSets* sets) {
-    const KeySet* nearFirst = near[kPlaneSlots[plane][0]];
-    const KeySet* nearSecond = near[kPlaneSlots[plane][1]];
+bool AddBuckets(const IndexWorkspace& index, const NearTurns& near, int32_t plane,
+                ProbeSets* sets) {
+    const KeySet* nearFirst = near.slot[kPlaneSlots[plane][0]];
+    const KeySet* nearSecond = near.slot[kPlaneSlots[plane][1]];
     for (int32_t first = 0; first < kTurnLevels; ++first) {
         for (int32_t second = 0; second < kTurnLevels; ++second) {
             KeySet keys = 0;
@@ -99,10 +86,12 @@ bool qorfp::MakeProbeSets(const IndexWorkspace& index, ProbeSets* sets) {
     if (index.keyCount < 0 || index.keyCount > kMaxWorkKeys) {
         return false;
     }
-    TurnSets near = {};
-    if (!FindNearTurns(index, near)) {
-        return false;
+    for (int32_t k = 0; k < index.keyCount; ++k) {
+        if (!HasPossibleTurns(index.keys[k])) {
+            return false;
+        }
     }
+    const NearTurns near = FindNearTurns(index.keys, index.keyCount);
     memset(sets, 0, sizeof(*sets));
     for (int32_t plane = 0; plane < kPlanes; ++plane) {
         if (!AddBuckets(index, near, plane, sets)) {
