@@ -15,7 +15,7 @@ namespace qorfp {
 constexpr int32_t kMaxWorkKeys = 30;    ///< keys of a probe
 constexpr int32_t kMaxStoredKeys = 19;  ///< keys in a template's index area
 constexpr int32_t kPackedKeyBytes = 7;
-constexpr int32_t kKeySlots = 3;  ///< neighbours that a key describes
+constexpr int32_t kKeySlots = 3;   ///< neighbours that a key describes
 constexpr int32_t kQuadrants = 4;  ///< around a minutia's direction
 
 /// Integers that quickSort needs: a stack of 20 range starts and one of 20 range ends.
