@@ -2,19 +2,21 @@
 # SPDX-License-Identifier: Apache-2.0
 # Counts the instructions that calls and stages execute, which no load on the machine changes: on
 # this machine with valgrind, on 32-bit ARM with the emulator. On ARM it also counts the calls of
-# division routines: many cores of this class have no divide instruction.
+# division routines: many cores of this class have no divide instruction. And it counts what calls
+# read and write, and what of that a small core's caches would fetch from the next level.
 #
 #   scripts/count-instructions.sh [--check] [--filter REGEX] [MACHINE...]
 #
-# MACHINE: host, armhf (with NEON), armhf-plain (without); default all three. REGEX: the works
-# (default: the public calls). Tables go to standard output, JSON to build/bench/counts/MACHINE.json.
+# MACHINE: host, armhf (with NEON), armhf-plain (without), memory (the host's program, the caches
+# simulated); default all. REGEX: the works (default: the public calls). Tables go to standard
+# output, JSON to build/bench/counts/MACHINE.json.
 # --check: exit status 1 when a target is not met.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/debian-packages.sh
 . scripts/bench-common.sh
 
-filter='^(extract/|verify/40|match-next/|index-score/|enroll/|improve)'
+filter='^(extract/|verify/40|match-next/|index-score/|search/100000$|enroll/|improve)'
 check=()
 while [[ ${1:-} == --* ]]; do
     case $1 in
@@ -28,10 +30,10 @@ while [[ ${1:-} == --* ]]; do
     shift
 done
 machines=("$@")
-[ $# -gt 0 ] || machines=(host armhf armhf-plain)
+[ $# -gt 0 ] || machines=(host armhf armhf-plain memory)
 for machine in "${machines[@]}"; do
     case $machine in
-        host | armhf | armhf-plain) ;;
+        host | armhf | armhf-plain | memory) ;;
         *)
             sed -n '/^#   scripts/,/^# --check/s/^# \{0,1\}//p' "$0" >&2
             exit 2
@@ -49,32 +51,33 @@ release=build/release
 
 # build_for MACHINE: the counted program for an emulated machine.
 build_for() {
-    local flags='-march=armv7-a -mfloat-abi=hard -Wno-psabi -mfpu='
-    case $1 in
-        armhf) flags+=neon ;;
-        armhf-plain) flags+=vfpv3-d16 ;;
-    esac
-    cmake -S . -B "build/count-$1" -G Ninja -DCMAKE_BUILD_TYPE=Release -DQORFP_BUILD_TOOLS=OFF \
-        -DQORFP_BUILD_EXAMPLES=OFF -DQORFP_BUILD_BENCH=ON -DCMAKE_SYSTEM_NAME=Linux \
-        -DCMAKE_SYSTEM_PROCESSOR=armv7l -DCMAKE_C_COMPILER=arm-linux-gnueabihf-gcc \
-        -DCMAKE_CXX_COMPILER=arm-linux-gnueabihf-g++ -DCMAKE_C_FLAGS="$flags" \
-        -DCMAKE_CXX_FLAGS="$flags" >>"$log"
-    cmake --build "build/count-$1" --target count_calls >>"$log"
+    { cmake -S . -B "build/count-$1" -G Ninja --toolchain "cmake/toolchains/$1.cmake" \
+        -DCMAKE_BUILD_TYPE=Release -DQORFP_BUILD_TOOLS=OFF -DQORFP_BUILD_SELFTEST=OFF \
+        -DQORFP_BUILD_EXAMPLES=OFF -DQORFP_BUILD_BENCH=ON &&
+        cmake --build "build/count-$1" --target count_calls; } >>"$log" 2>&1 || {
+        tail -n 25 "$log" >&2
+        return 1
+    }
 }
 
 # count MACHINE WORK: files of functions and calls in the machine's folder.
 count() {
-    local machine=$1 work=$2
+    local machine=$1 work=$2 divisor=20
+    [[ $work != search/* ]] || divisor=1
     local base=build/bench/counts/$machine/${work//\//+}
     local -a run=(bench/counting/count_calls --fingers="$fingers" --most-fingers=6
-        --list-divisor=20 "$work")
+        --list-divisor="$divisor" "$work")
+    # As in a Cortex-A9: 32 KiB of data and 512 KiB of everything, in lines of 32 bytes.
+    local -a caches=(--cache-sim=yes '--I1=32768,4,32' '--D1=32768,4,32' '--LL=524288,8,32')
+    [ "$machine" = memory ] || caches=()
     case $machine in
-        host)
+        host | memory)
             valgrind --tool=callgrind --instr-atstart=no --toggle-collect=CountedRun \
-                --callgrind-out-file="$base.callgrind" "$release/${run[0]}" "${run[@]:1}"
+                "${caches[@]}" --callgrind-out-file="$base.callgrind" \
+                "$release/${run[0]}" "${run[@]:1}"
             ;;
         *)
-            # The Cortex-A9 has no divide instruction, and NEON where its maker chose to.
+            # As in the toolchain files. The Cortex-A9 has no divide instruction.
             local cpu=cortex-a9
             [ "$machine" = armhf ] || cpu+=,neon=off
             qemu-arm -cpu "$cpu" -d plugin -D "$base.log" \
@@ -91,7 +94,9 @@ count() {
 mapfile -t works < <("$release/bench/counting/count_calls" | grep -E "$filter")
 status=0
 for machine in "${machines[@]}"; do
-    [ "$machine" = host ] || build_for "$machine"
+    case $machine in
+        armhf*) build_for "$machine" ;;
+    esac
     rm -rf "build/bench/counts/$machine"
     mkdir -p "build/bench/counts/$machine"
     for work in "${works[@]}"; do

@@ -32,6 +32,9 @@ bench_packages=("${build_packages[@]}" libbenchmark-dev python3)
 # Counting instructions, on the host and on emulated 32-bit ARM.
 count_packages=("${bench_packages[@]}" g++-arm-linux-gnueabihf qemu-user valgrind)
 
+# All of that, and the plots of docs/performance.md.
+performance_packages=("${count_packages[@]}" gnuplot-nox)
+
 # Debian packages of the product, and looking at them.
 package_packages=(dpkg-dev gzip)
 package_check_packages=(lintian man-db qemu-user)

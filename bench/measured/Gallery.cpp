@@ -10,6 +10,8 @@
 #include "bench/measured/TemplateMixer.h"
 #include "bench/measured/Work.h"
 #include "engine/FPEngine.h"
+#include "engine/Template.h"
+#include "match/IndexWorkspace.h"
 
 namespace measure {
 
@@ -50,6 +52,7 @@ std::vector<int32_t> Arrange(const Gallery& distinct, int32_t count, Arrangement
     std::mt19937 random(1);
     switch (arrangement) {
         case Arrangement::kAsTheyCome:
+        case Arrangement::kStaircase:
             for (int32_t i = 0; i < count; ++i) {
                 list[static_cast<size_t>(i)] = i % distinct.count;
             }
@@ -72,18 +75,59 @@ std::vector<int32_t> Arrange(const Gallery& distinct, int32_t count, Arrangement
                 position = random() % 2 == 0 ? ranked.front() : middle;
             }
             break;
-        case Arrangement::kStaircase:
-            std::fill(list.begin(), list.end(), ranked.back());
-            size_t step = 0;
-            for (size_t k = 0; k < ranked.size(); ++k) {
-                if (k == 0 || scoreOf(ranked[k]) != scoreOf(ranked[k - 1])) {
-                    list[step] = ranked[k];
-                    ++step;
-                }
-            }
-            break;
     }
     return list;
+}
+
+// A part of the probe's keys, some of them a little different: an index area that an attacker could
+// write to have any score.
+void MakeHostileKeys(const Template& probe, std::mt19937* random, uint8_t* area) {
+    constexpr size_t kChanged = 3;
+    const auto next = [random] { return static_cast<uint32_t>((*random)()); };
+    const uint8_t* given = probe.data() + qorfp::kIndexOffset;
+    const size_t keys = next() % (given[0] + 1U);
+    std::memset(area, 0, qorfp::kIndexBytes);
+    std::memcpy(area, given, 2 + keys * qorfp::kPackedKeyBytes);
+    area[0] = static_cast<uint8_t>(keys);
+    for (size_t k = keys - std::min(keys, kChanged); k < keys; ++k) {
+        // Low bits of some of the key's nine values.
+        uint8_t* key = area + 2 + k * qorfp::kPackedKeyBytes;
+        const uint32_t change = next() & next();
+        key[0] = static_cast<uint8_t>(key[0] ^ (change & 0x63));
+        key[2] = static_cast<uint8_t>(key[2] ^ (change >> 8 & 0x11));
+        key[3] = static_cast<uint8_t>(key[3] ^ (change >> 16 & 0x31));
+    }
+}
+
+// Gives the first templates of a list keys with as many different scores as can be found, the best
+// first, and all others the same keys, of the worst score among the list's own.
+void MakeStaircase(Gallery* gallery) {
+    constexpr int32_t kTries = 20000;
+    Gallery tries = {gallery->probe, {}, kTries};
+    tries.list.resize(kTries * sizeof(Template));
+    std::mt19937 random(2);
+    for (int32_t i = 0; i < kTries; ++i) {
+        MakeHostileKeys(gallery->probe, &random, tries.At(i) + qorfp::kIndexOffset);
+    }
+    const std::vector<int32_t> scores = IndexScores(tries);
+    const std::vector<int32_t> ranked = Ranked(scores);
+    const std::vector<int32_t> own = IndexScores(*gallery);
+    const auto worst = std::min_element(own.begin(), own.end());
+    const Template rest = gallery->TemplateAt(static_cast<int32_t>(worst - own.begin()));
+    int32_t last = INT32_MAX;
+    size_t next = 0;
+    for (int32_t i = 0; i < gallery->count; ++i) {
+        while (next < ranked.size() && scores[static_cast<size_t>(ranked[next])] >= last) {
+            ++next;
+        }
+        const uint8_t* from = rest.data();
+        if (next < ranked.size() && scores[static_cast<size_t>(ranked[next])] > *worst) {
+            last = scores[static_cast<size_t>(ranked[next])];
+            from = tries.At(ranked[next]);
+        }
+        std::memcpy(gallery->At(i) + qorfp::kIndexOffset, from + qorfp::kIndexOffset,
+                    qorfp::kIndexBytes);
+    }
 }
 
 }  // namespace
@@ -105,6 +149,9 @@ Gallery MakeGallery(Inputs& inputs, int32_t count, Arrangement arrangement) {
     for (size_t i = 0; i < positions.size(); ++i) {
         std::memcpy(gallery.list.data() + i * sizeof(Template), distinct.At(positions[i]),
                     sizeof(Template));
+    }
+    if (arrangement == Arrangement::kStaircase) {
+        MakeStaircase(&gallery);
     }
     return gallery;
 }

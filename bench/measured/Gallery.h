@@ -3,6 +3,7 @@
 // Lists of templates to search in, and a probe that none of them matches.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <vector>
 
@@ -17,7 +18,7 @@ enum class Arrangement {
     kAscending,   ///< worst score first
     kDescending,  ///< best score first
     kTwoValues,   ///< two templates, mixed at random
-    kStaircase,   ///< each score once, best first, then the worst score only
+    kStaircase,   ///< hostile keys: each possible score once, best first, then one score only
 };
 
 struct Gallery {
@@ -25,8 +26,13 @@ struct Gallery {
     std::vector<uint8_t> list;  ///< templates back to back
     int32_t count;
 
-    const uint8_t* At(int32_t i) const {
-        return list.data() + static_cast<size_t>(i) * sizeof(Template);
+    const uint8_t* At(int32_t i) const { return &list[static_cast<size_t>(i) * sizeof(Template)]; }
+    uint8_t* At(int32_t i) { return &list[static_cast<size_t>(i) * sizeof(Template)]; }
+
+    Template TemplateAt(int32_t i) const {
+        Template bytes;
+        std::copy_n(At(i), bytes.size(), bytes.begin());
+        return bytes;
     }
 };
 

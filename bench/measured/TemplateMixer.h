@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Templates in any number, made of the minutiae of a few: one side of a random line from one
-// finger, the other side from another, a little moved, some lost. They look like templates of as
-// many fingers to the index and to the matcher (docs/performance.md says how much).
+// finger, the other side from another, a little moved, some lost. Index and matcher take them for
+// templates of as many fingers: their scores are about those of two different fingers.
 #pragma once
 
 #include <cstdint>

@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""count_table.py [--check] MACHINE FOLDER JSON: tables of the counts of a machine (host, armhf or
-armhf-plain), and the same as JSON. FOLDER holds a file of functions (.callgrind or .tsv) for each
+"""count_table.py [--check] MACHINE FOLDER JSON: tables of the counts of a machine (host, armhf,
+armhf-plain or memory), and the same as JSON. FOLDER holds a file of functions (.callgrind or .tsv) for each
 work, and beside it the number of calls (.calls). With --check the exit status is 1 when a target is
 not met."""
 
@@ -18,15 +18,12 @@ TARGET_KEYS = {"host": ("instructions", None),
                "armhf": ("armhf_instructions", "armhf_divisions")}
 
 
-def read_folder(folder):
-    """The counts by work."""
-    works = {}
+def runs(folder):
+    """Work, file of functions and number of calls of each run."""
     for calls_file in sorted(pathlib.Path(folder).glob("*.calls")):
         functions = next(path for path in map(calls_file.with_suffix, (".callgrind", ".tsv"))
                          if path.exists())
-        works[calls_file.stem.replace("+", "/")] = counts.read(str(functions),
-                                                               int(calls_file.read_text()))
-    return works
+        yield calls_file.stem.replace("+", "/"), str(functions), int(calls_file.read_text())
 
 
 def verdict(number, target):
@@ -75,16 +72,33 @@ def per_call(count):
     }
 
 
+def show_traffic(works):
+    """Prints what calls read and write."""
+    print(f"\n{'data of a call, simulated':32} {'reads':>12} {'writes':>12} "
+          f"{'missed in L1':>13} {'missed in L2':>13}")
+    for work, events in works.items():
+        print(f"{work:32} {events['Dr']:12,.0f} {events['Dw']:12,.0f} "
+              f"{events['D1mr'] + events['D1mw']:13,.1f} {events['DLmr'] + events['DLmw']:13,.1f}")
+
+
 def main():
     arguments = sys.argv[1:]
     is_check = arguments[0] == "--check"
     machine, folder, out = arguments[is_check:]
-    works = read_folder(folder)
-    are_met = [show(machine, work, count) for work, count in works.items()]
-    pathlib.Path(out).write_text(
-        json.dumps({work: per_call(count) for work, count in works.items()}, indent=1) + "\n",
-        encoding="utf-8")
-    return 1 if is_check and not all(are_met) else 0
+    result = {}
+    are_met = True
+    for work, path, calls in runs(folder):
+        if machine == "memory":
+            result[work] = {name: number / calls
+                            for name, number in counts.read_traffic(path).items()}
+        else:
+            count = counts.read(path, calls)
+            are_met = show(machine, work, count) and are_met
+            result[work] = per_call(count)
+    if machine == "memory":
+        show_traffic(result)
+    pathlib.Path(out).write_text(json.dumps(result, indent=1) + "\n", encoding="utf-8")
+    return 1 if is_check and not are_met else 0
 
 
 if __name__ == "__main__":

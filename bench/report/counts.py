@@ -95,3 +95,17 @@ def read(path, calls):
     """The count of a work."""
     reader = read_emulator if path.endswith(".tsv") else read_callgrind
     return Count(calls, reader(path))
+
+
+def read_traffic(path):
+    """What a run reads and writes, from a file of callgrind with simulated caches: events by name
+    (Dr and Dw: data read and written; D1m, DLm and r or w: missed in the first and in the last
+    cache)."""
+    events = {}
+    with open(path, encoding="utf-8", errors="replace") as file:
+        for line in file:
+            if line.startswith("events:"):
+                names = line.split()[1:]
+            elif line.startswith("totals:"):
+                events = dict(zip(names, map(int, line.split()[1:])))
+    return events

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Measures everything anew and writes the figures into docs/performance.md, its picture and the
+# README. For a quiet machine; takes some minutes.
+#
+#   scripts/renew-performance.sh [--document-only]
+#
+# --document-only: from what was measured last.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+. scripts/debian-packages.sh
+. scripts/bench-common.sh
+
+case ${1:-} in
+    '')
+        need_packages build/setup.log "${performance_packages[@]}"
+        scripts/bench.sh --filter .
+        scripts/count-instructions.sh
+        ;;
+    --document-only) ;;
+    *)
+        sed -n '/^#   scripts/,/^# --doc/s/^# \{0,1\}//p' "$0" >&2
+        exit 2
+        ;;
+esac
+python3 bench/report/renew_document.py docs/performance.md README.md \
+    build/bench/speed.json build/bench/counts build/bench
+gnuplot -e "folder='build/bench'; picture='docs/images/growth.png'" bench/report/growth.gnuplot
+git diff --stat -- docs README.md 2>/dev/null || true
