@@ -12,36 +12,12 @@ using namespace qorfp;
 
 constexpr uint8_t kVisited = 254;
 
-// The neighbours in the order of the code's bits 7, 6, ..., 0.
-constexpr int32_t kPlaces = 8;
-constexpr Position kCircle[kPlaces] = {{-1, -1}, {-1, 0}, {-1, 1}, {0, 1},
-                                       {1, 1},   {1, 0},  {1, -1}, {0, -1}};
-
 uint8_t& PixelAt(const Skeleton& skeleton, Position at) {
     return skeleton.pixels[at.y * skeleton.width + at.x];
 }
 
 bool IsInside(const Skeleton& skeleton, Position at) {
     return at.x > 0 && at.x < skeleton.width - 1 && at.y > 0 && at.y < skeleton.height - 1;
-}
-
-bool IsRidge(int32_t code, int32_t place) {
-    return (code >> (kPlaces - 1 - place % kPlaces) & 1) == 0;
-}
-
-// The place of a run's pixel at which its branch starts: its first 4-neighbour in circle order, or
-// the single diagonal pixel that the run is. `place` is any place of the run.
-int32_t BranchPlace(int32_t code, int32_t place) {
-    int32_t first = place + kPlaces;
-    while (IsRidge(code, first - 1)) {
-        --first;
-    }
-    for (int32_t p = first; IsRidge(code, p); ++p) {
-        if (kCircle[p % kPlaces].x == 0 || kCircle[p % kPlaces].y == 0) {
-            return p % kPlaces;
-        }
-    }
-    return first % kPlaces;
 }
 
 }  // namespace
@@ -95,13 +71,13 @@ int32_t qorfp::FindBranches(const Skeleton& skeleton, Position seed,
     const int32_t branches = gnBC[code];
     int32_t found = 0;
     bool wasRidge = false;
-    for (int32_t place = 0; place < kPlaces && found < branches && found < kBranches; ++place) {
-        if (IsRidge(code, place) && !wasRidge) {
-            const Position step = kCircle[BranchPlace(code, place)];
+    for (int32_t place = 0; place < kNeighbours && found < branches && found < kBranches; ++place) {
+        if (IsRidgeAt(code, place) && !wasRidge) {
+            const Position step = StepIntoRun(code, place);
             firstPixels[found] = {seed.x + step.x, seed.y + step.y};
             ++found;
         }
-        wasRidge = IsRidge(code, place);
+        wasRidge = IsRidgeAt(code, place);
     }
     return branches;
 }

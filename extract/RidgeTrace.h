@@ -6,6 +6,7 @@
 #include <stdint.h>
 
 #include "extract/Minutiae.h"
+#include "extract/Neighbours.h"
 
 namespace qorfp {
 
@@ -16,12 +17,6 @@ constexpr int32_t kRefineSteps = 20;
 /// Branches of a bifurcation.
 constexpr int32_t kBranches = 3;
 
-/// A position in the skeleton.
-struct Position {
-    int32_t x;
-    int32_t y;
-};
-
 /// What a walk along a ridge found.
 struct RidgeTrace {
     int32_t steps;                  ///< pixels passed
@@ -30,11 +25,7 @@ struct RidgeTrace {
     Position passed[kRefineSteps];  ///< the pixels it has marked, `steps` of them
 };
 
-/// The eight neighbours of a pixel inside the frame, a bit set for each that is background:
-///
-///     128   1   2
-///      64   .   4
-///      32  16   8
+/// The neighbour code of a pixel inside the frame.
 int32_t NeighbourCode(const Skeleton& skeleton, Position at);
 
 /// Marks a pixel as visited, so that it reads as background.

@@ -3,10 +3,13 @@
 // The tables of thinning and of the skeleton's neighbour codes.
 
 #include "extract/FPTable.h"
+#include "extract/Neighbours.h"
 #include "extract/Repeat.h"
 #include "extract/ThinningRule.h"
 
 namespace {
+
+using namespace qorfp;
 
 constexpr int kCodes = 256;
 
@@ -34,66 +37,45 @@ struct ThinningTable {
 
 constexpr ThinningTable kThinning;
 
+constexpr Position StepInto(int code) {
+    if (CountRuns(code) != 1) {
+        return {0, 0};
+    }
+    int32_t place = 0;
+    while (!IsRidgeAt(code, place)) {
+        ++place;
+    }
+    return StepIntoRun(code, place);
+}
+
+// The formulas for many pixels say the same as the tables. Bit 0 stands for a pixel.
 constexpr bool FormulasAgree() {
-    for (unsigned code = 0; code < kCodes; ++code) {
-        const qorfp::ThinningNeighbours<unsigned> neighbours = {code & 1,        // upper left
-                                                                code >> 2 & 1,   // above
-                                                                code >> 4 & 1,   // upper right
-                                                                code >> 6 & 1,   // left
-                                                                code >> 7 & 1,   // right
-                                                                code >> 1 & 1,   // lower left
-                                                                code >> 3 & 1,   // below
-                                                                code >> 5 & 1};  // lower right
-        if (qorfp::IsDeletedFirst(neighbours) != kThinning.values[code] ||
-            qorfp::IsDeletedSecond(neighbours) != kThinning.values[kCodes + code]) {
+    for (int code = 0; code < kCodes; ++code) {
+        const NeighbourBits<int> inThinning = {code & 1,        // upper left
+                                               code >> 2 & 1,   // above
+                                               code >> 4 & 1,   // upper right
+                                               code >> 6 & 1,   // left
+                                               code >> 7 & 1,   // right
+                                               code >> 1 & 1,   // lower left
+                                               code >> 3 & 1,   // below
+                                               code >> 5 & 1};  // lower right
+        const NeighbourBits<int> onCircle = {code >> 7 & 1,     // upper left
+                                             code >> 0 & 1,     // above
+                                             code >> 1 & 1,     // upper right
+                                             code >> 6 & 1,     // left
+                                             code >> 2 & 1,     // right
+                                             code >> 5 & 1,     // lower left
+                                             code >> 4 & 1,     // below
+                                             code >> 3 & 1};    // lower right
+        if ((IsDeletedFirst(inThinning) & 1) != kThinning.values[code] ||
+            (IsDeletedSecond(inThinning) & 1) != kThinning.values[kCodes + code] ||
+            (HasOddRuns(onCircle) & 1) != CountRuns(code) % 2) {
             return false;
         }
     }
     return true;
 }
-static_assert(FormulasAgree(), "the boolean formulas of thinning say the same");
-
-// The neighbours in the order of the code's bits 7, 6, ..., 0: a walk round the pixel from the
-// upper left, down the left side first.
-struct Step {
-    int dx;
-    int dy;
-};
-constexpr Step kCircle[8] = {{-1, -1}, {-1, 0}, {-1, 1}, {0, 1}, {1, 1}, {1, 0}, {1, -1}, {0, -1}};
-
-constexpr bool IsRidge(int code, int place) {
-    return (code >> (7 - place % 8) & 1) == 0;
-}
-
-// Runs of consecutive ridge neighbours on the circle.
-constexpr int32_t CountRuns(int code) {
-    int32_t runs = 0;
-    for (int place = 0; place < 8; ++place) {
-        if (!IsRidge(code, place) && IsRidge(code, place + 1)) {
-            ++runs;
-        }
-    }
-    return runs;
-}
-
-// The step into the one run of a code: to its first 4-neighbour in circle order, or to the single
-// diagonal pixel that it is.
-constexpr Step StepInto(int code) {
-    if (CountRuns(code) != 1) {
-        return {0, 0};
-    }
-    int first = 1;
-    while (IsRidge(code, first - 1) || !IsRidge(code, first)) {
-        ++first;
-    }
-    for (int place = first; IsRidge(code, place); ++place) {
-        const Step step = kCircle[place % 8];
-        if (step.dx == 0 || step.dy == 0) {
-            return step;
-        }
-    }
-    return kCircle[first % 8];
-}
+static_assert(FormulasAgree(), "thinning and the candidate scan use the formulas");
 
 constexpr bool RunsAreDistributed() {
     int counts[5] = {};
@@ -113,10 +95,10 @@ const uint8_t gbThin[512] = {QORFP_REPEAT_512(QORFP_THINNING, 0)};
 #define QORFP_RUNS(i) CountRuns(i)
 const int32_t gnBC[256] = {QORFP_REPEAT_256(QORFP_RUNS, 0)};
 
-#define QORFP_STEP_X(i) StepInto(i).dx
+#define QORFP_STEP_X(i) StepInto(i).x
 const int32_t gnTX[256] = {QORFP_REPEAT_256(QORFP_STEP_X, 0)};
 
-#define QORFP_STEP_Y(i) StepInto(i).dy
+#define QORFP_STEP_Y(i) StepInto(i).y
 const int32_t gnTY[256] = {QORFP_REPEAT_256(QORFP_STEP_Y, 0)};
 
 const uint8_t gnJA[16] = {92, 92, 93, 93, 93, 94, 95, 96, 98, 100, 102, 103, 104, 105, 105, 105};
