@@ -2,9 +2,11 @@
 //
 // Resampling of images to the 508 dots per inch that the algorithms are tuned for.
 
+#include <stddef.h>
 #include <string.h>
 
 #include "api/Fpm.h"
+#include "api/Interpolate.h"
 #include "engine/Work.h"
 
 namespace {
@@ -14,31 +16,6 @@ using namespace qorfp;
 constexpr int32_t kParkedAt = kScaledWidth * kScaledHeight;  // source, behind the scaled image
 static_assert(kParkedAt == 59148, "directly behind the scaled image");
 static_assert(kParkedAt + kSensorWidth * kSensorHeight <= kWorkBytes, "fits the buffer");
-
-// Where one target row (or column) samples the source: two neighbours and their weights in
-// hundredths.
-struct Sample {
-    int64_t first;
-    int64_t second;
-    int32_t firstWeight;
-    int32_t secondWeight;
-};
-
-// Deliberate: a position that falls exactly on a source row counts as halfway to the next one, the
-// first row too. It blurs such rows slightly, and every template of the small sensor rests on it.
-Sample SampleAt(int32_t source, int32_t target, int32_t position) {
-    const int64_t hundredths = static_cast<int64_t>(source) * position * 100 / target;
-    Sample sample;
-    sample.first = hundredths / 100;
-    sample.second = sample.first + 1 < source ? sample.first + 1 : source - 1;
-    sample.secondWeight = static_cast<int32_t>(hundredths % 100);
-    sample.firstWeight = 100 - sample.secondWeight;
-    if (sample.secondWeight == 0 && source != target) {
-        sample.firstWeight = 50;
-        sample.secondWeight = 50;
-    }
-    return sample;
-}
 
 void Halve(const uint8_t* src, int32_t dstWidth, int32_t dstHeight, uint8_t* dst) {
     const size_t srcStride = 2 * static_cast<size_t>(dstWidth);
@@ -50,25 +27,6 @@ void Halve(const uint8_t* src, int32_t dstWidth, int32_t dstHeight, uint8_t* dst
             *dst++ = static_cast<uint8_t>((sum + 2) >> 2);
             upper += 2;
             lower += 2;
-        }
-    }
-}
-
-void Interpolate(int32_t srcWidth, int32_t srcHeight, const uint8_t* src, int32_t dstWidth,
-                 int32_t dstHeight, uint8_t* dst) {
-    for (int32_t row = 0; row < dstHeight; ++row) {
-        const Sample y = SampleAt(srcHeight, dstHeight, row);
-        const uint8_t* upper = src + y.first * srcWidth;
-        const uint8_t* lower = src + y.second * srcWidth;
-        for (int32_t column = 0; column < dstWidth; ++column) {
-            const Sample x = SampleAt(srcWidth, dstWidth, column);
-            const int32_t sum =  // <= 255 x 100 x 100 + 5000
-                y.firstWeight *
-                    (x.firstWeight * upper[x.first] + x.secondWeight * upper[x.second]) +
-                y.secondWeight *
-                    (x.firstWeight * lower[x.first] + x.secondWeight * lower[x.second]) +
-                5000;
-            *dst++ = static_cast<uint8_t>(sum / 10000);
         }
     }
 }

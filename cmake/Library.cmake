@@ -8,6 +8,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/api/Extraction.cpp
   ${PROJECT_SOURCE_DIR}/api/FingerCheck.cpp
   ${PROJECT_SOURCE_DIR}/api/Improvement.cpp
+  ${PROJECT_SOURCE_DIR}/api/Interpolate.cpp
   ${PROJECT_SOURCE_DIR}/api/Log.cpp
   ${PROJECT_SOURCE_DIR}/api/Matching.cpp
   ${PROJECT_SOURCE_DIR}/api/QORFPApi.cpp
@@ -70,6 +71,8 @@ add_library(qorfp_objects OBJECT
 # What these spend their time on is written with vectors; the loops beside them are short, or for
 # other sizes and radii than extraction's, and are kept small.
 set_source_files_properties(
+  ${PROJECT_SOURCE_DIR}/api/Interpolate.cpp
+  ${PROJECT_SOURCE_DIR}/api/ScaleImage.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirA.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirB.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp

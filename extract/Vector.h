@@ -110,6 +110,21 @@ inline U8x16 NarrowMask(I16x8 low, I16x8 high) {
 #endif
 }
 
+/// a0 b0 a1 b1 ... of the first, or the last, four lanes.
+inline U16x8 InterleaveLow(U16x8 first, U16x8 second) {
+    const U8x16 a = AsLanes<U8x16>(first);
+    const U8x16 b = AsLanes<U8x16>(second);
+    return AsLanes<U16x8>(
+        QORFP_PICK_LANES(a, b, 0, 1, 16, 17, 2, 3, 18, 19, 4, 5, 20, 21, 6, 7, 22, 23));
+}
+
+inline U16x8 InterleaveHigh(U16x8 first, U16x8 second) {
+    const U8x16 a = AsLanes<U8x16>(first);
+    const U8x16 b = AsLanes<U8x16>(second);
+    return AsLanes<U16x8>(
+        QORFP_PICK_LANES(a, b, 8, 9, 24, 25, 10, 11, 26, 27, 12, 13, 28, 29, 14, 15, 30, 31));
+}
+
 /// Bytes 0, 2, .. 14 as 16-bit numbers.
 inline U16x8 EvenBytes(U8x16 bytes) {
     const U16x8 pairs = AsLanes<U16x8>(bytes);
@@ -279,6 +294,29 @@ inline U16x8 LookUpEight(const uint16_t* table, const uint8_t* at) {
 /// The table's entries at sixteen indices.
 inline U16x16 LookUp(const uint16_t* table, const uint8_t* at) {
     return {LookUpEight(table, at), LookUpEight(table, at + 8)};
+}
+
+/// The bytes from[at[0]], from[at[0] + 1], from[at[1]], from[at[1] + 1], ... of eight indices.
+inline U8x16 LoadPairs(const uint8_t* from, const uint8_t* at) {
+    const auto pair = [=](int32_t lane) {
+        uint16_t bytes;
+        memcpy(&bytes, from + at[lane], sizeof(bytes));
+        return bytes;
+    };
+#if defined(__SSE2__)
+    __m128i pairs = _mm_cvtsi32_si128(pair(0));
+    pairs = _mm_insert_epi16(pairs, pair(1), 1);
+    pairs = _mm_insert_epi16(pairs, pair(2), 2);
+    pairs = _mm_insert_epi16(pairs, pair(3), 3);
+    pairs = _mm_insert_epi16(pairs, pair(4), 4);
+    pairs = _mm_insert_epi16(pairs, pair(5), 5);
+    pairs = _mm_insert_epi16(pairs, pair(6), 6);
+    pairs = _mm_insert_epi16(pairs, pair(7), 7);
+    return AsLanes<U8x16>(pairs);
+#else
+    return AsLanes<U8x16>(
+        U16x8{pair(0), pair(1), pair(2), pair(3), pair(4), pair(5), pair(6), pair(7)});
+#endif
 }
 
 /// Calls work(x) for the bytes x .. x + 15, from left to right, until begin .. end - 1, at least 16,

@@ -158,6 +158,27 @@ TEST(ScaleImage, EqualsModel) {
     }
 }
 
+// The widths at which vectors begin and end, and the lightest and darkest images there are.
+TEST(ScaleImage, EqualsModelAtTheLimitsOfVectors) {
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 34);
+    for (const int32_t srcWidth : {1, 2, 3, 17, 255, 256, 257}) {
+        for (const int32_t width : {15, 16, 17, 31, 32, 33, 47, 255, 256, 257}) {
+            const int32_t srcHeight = random.Between(1, 9);
+            const int32_t height = random.Between(1, 12);
+            for (const int32_t blackPerCent : {0, 2, 50, 98}) {
+                const Grid image =
+                    testsupport::BinaryNoise(srcWidth, srcHeight, random, blackPerCent);
+                ASSERT_EQ(FirstDifference(model::ScaleImage(image, width, height),
+                                          Scale(image, width, height)),
+                          "")
+                    << srcWidth << " x " << srcHeight << " to " << width << " x " << height;
+            }
+        }
+    }
+}
+
 TEST(ScaleSmallSensor, InPlaceEqualsModel) {
     const uint64_t seed = testsupport::Seed();
     SCOPED_TRACE(testsupport::SeedNote(seed));

@@ -121,6 +121,26 @@ TEST(Vector, MultipliesToTheUpperHalf) {
               (Lanes<uint16_t>{0, 0, 0, 65534, 1, 0, 1, 30517}));
 }
 
+TEST(Vector, InterleavesNumbers) {
+    const U16x8 even = {0, 2, 4, 6, 800, 1000, 1200, 1400};
+    const U16x8 odd = {1, 3, 5, 7, 900, 1100, 1300, 1500};
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::InterleaveLow(even, odd)),
+              (Lanes<uint16_t>{0, 1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::InterleaveHigh(even, odd)),
+              (Lanes<uint16_t>{800, 900, 1000, 1100, 1200, 1300, 1400, 1500}));
+}
+
+TEST(Vector, LoadsPairsOfBytes) {
+    std::array<uint8_t, 256> bytes;
+    for (size_t index = 0; index < bytes.size(); ++index) {
+        bytes[index] = static_cast<uint8_t>(255 - index);
+    }
+    const std::array<uint8_t, 8> at = {0, 254, 1, 7, 7, 8, 128, 3};
+    EXPECT_EQ(LanesOf<uint8_t>(qorfp::LoadPairs(bytes.data(), at.data())),
+              (Lanes<uint8_t>{255, 254, 1, 0, 254, 253, 248, 247,  //
+                              248, 247, 247, 246, 127, 126, 252, 251}));
+}
+
 TEST(Vector, WidensAndNarrowsSignedNumbers) {
     const I16x8 lanes = {-32768, 32767, -1, 0, 1, -300, 300, 7};
     const qorfp::I32x4 low = qorfp::WidenLow(lanes);
