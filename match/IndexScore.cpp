@@ -168,9 +168,9 @@ KeySet ScorePairs(IndexWorkspace* work, StoredKey key, int32_t number) {
               0);
     }
     if (alikeInThree != 0) {
-        for (int32_t pair = 0; pair < kPlanes; ++pair) {
-            like->ofPair[pair].plane[pair] &= ~alikeInThree;
-        }
+        StoreVector(Load(like->ofPair[0]) & ~Sets{alikeInThree, 0, 0, 0}, &like->ofPair[0]);
+        StoreVector(Load(like->ofPair[1]) & ~Sets{0, alikeInThree, 0, 0}, &like->ofPair[1]);
+        StoreVector(Load(like->ofPair[2]) & ~Sets{0, 0, alikeInThree, 0}, &like->ofPair[2]);
     }
     KeySet partners = alikeInThree;
     for (uint32_t left = PairingsOf(*like); left != 0; left &= left - 1) {
