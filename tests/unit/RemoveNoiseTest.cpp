@@ -134,4 +134,28 @@ TEST(RemoveNoise, EqualsModel) {
     }
 }
 
+TEST(RemoveNoise, EqualsModelAtEveryWidthAndWithOneOtherValue) {
+    // Rows of fewer pixels than a vector, of whole vectors, and with every remainder; and the same
+    // images with one pixel that makes them not binary.
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 32);
+    std::vector<int32_t> widths;
+    for (int32_t width = 1; width <= 70; ++width) {
+        widths.push_back(width);
+    }
+    widths.insert(widths.end(), {127, 128, 129, 256, 511, 512});
+    WorkBuffer buffer;
+    for (const int32_t width : widths) {
+        SCOPED_TRACE("width " + std::to_string(width));
+        const int32_t height = random.Between(1, 20);
+        Grid image = testsupport::BinaryNoise(width, height, random, random.Between(30, 70));
+        ASSERT_EQ(FirstDifference(model::RemoveNoise(image), RunStage(buffer, image)), "");
+        image.At(random.Below(width), random.Below(height)) =
+            static_cast<uint8_t>(random.Between(1, 254));
+        ASSERT_EQ(FirstDifference(model::RemoveNoise(image), RunStage(buffer, image)), "");
+    }
+    EXPECT_TRUE(buffer.GuardsIntact());
+}
+
 }  // namespace
