@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Measures how long the library's calls and stages take, on synthetic fingers, one core, release
-# build; prints a table with the targets. For figures worth keeping the machine must be quiet.
+# build; prints a table with the targets. For figures worth keeping the machine must be quiet. The
+# longest lists take up to 1 GB of memory.
 #
 #   scripts/bench.sh [--filter REGEX] [--repetitions N] [--json FILE] [IMAGES...]
 #
