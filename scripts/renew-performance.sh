@@ -13,6 +13,7 @@ cd "$(dirname "$0")/.."
 
 case ${1:-} in
     '')
+        mkdir -p build
         need_packages build/setup.log "${performance_packages[@]}"
         scripts/bench.sh --filter .
         scripts/count-instructions.sh

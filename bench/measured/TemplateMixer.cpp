@@ -49,52 +49,62 @@ Template TemplateMixer::Next() {
     return Next(RandomSource().count);
 }
 
-Template TemplateMixer::Next(int32_t count) {
+TemplateMixer::Halves TemplateMixer::TwoHalves() {
     // The line: a normal vector of any direction, and its distance from the centre.
     const int32_t normalX = Between(-100, 100);
     const int32_t normalY = Between(-100, 100);
     const int32_t cut =
         Between(-kFarthestCut, kFarthestCut) * std::max(std::abs(normalX), std::abs(normalY));
-    std::vector<Minutia> taken;
-    std::vector<Minutia> spare;
-    for (int32_t side = 0; side < 2; ++side) {
+    Halves halves;
+    for (const bool isBelow : {true, false}) {
         const MinutiaSet& source = RandomSource();
         for (int32_t i = 0; i < source.count; ++i) {
             const Minutia& minutia = source.minutiae[i];
             const int32_t along =
                 (minutia.x - kCentreX) * normalX + (minutia.y - kCentreY) * normalY;
-            const bool isThisSide = (along < cut) == (side == 0);
-            if (isThisSide && IsFree(taken, minutia)) {
-                taken.push_back(minutia);
-            } else {
-                spare.push_back(minutia);
-            }
+            const bool isTaken = (along < cut) == isBelow && IsFree(halves.taken, minutia);
+            (isTaken ? halves.taken : halves.spare).push_back(minutia);
         }
     }
-    std::shuffle(spare.begin(), spare.end(), random_);
-    // More fingers where two do not hold as many.
-    while (static_cast<int32_t>(taken.size()) < count) {
-        if (spare.empty()) {
+    return halves;
+}
+
+void TemplateMixer::FillUp(int32_t count, Halves* halves) {
+    std::shuffle(halves->spare.begin(), halves->spare.end(), random_);
+    while (static_cast<int32_t>(halves->taken.size()) < count) {
+        if (halves->spare.empty()) {  // two fingers do not hold as many
             const MinutiaSet& more = RandomSource();
-            spare.assign(more.minutiae, more.minutiae + more.count);
+            halves->spare.assign(more.minutiae, more.minutiae + more.count);
         }
-        if (IsFree(taken, spare.back())) {
-            taken.push_back(spare.back());
+        if (IsFree(halves->taken, halves->spare.back())) {
+            halves->taken.push_back(halves->spare.back());
         }
-        spare.pop_back();
+        halves->spare.pop_back();
     }
-    while (static_cast<int32_t>(taken.size()) > count) {
-        taken.erase(taken.begin() + Below(static_cast<int32_t>(taken.size())));
+}
+
+void TemplateMixer::Thin(int32_t count, std::vector<Minutia>* taken) {
+    while (static_cast<int32_t>(taken->size()) > count) {
+        taken->erase(taken->begin() + Below(static_cast<int32_t>(taken->size())));
     }
+}
+
+Minutia TemplateMixer::Jittered(Minutia minutia) {
+    minutia.x += Between(-kJitter, kJitter);
+    minutia.y += Between(-kJitter, kJitter);
+    minutia.direction = static_cast<uint8_t>(
+        (minutia.direction + Between(-kTurnJitter, kTurnJitter) + kTurn) % kTurn);
+    return minutia;
+}
+
+Template TemplateMixer::Next(int32_t count) {
+    Halves halves = TwoHalves();
+    FillUp(count, &halves);
+    Thin(count, &halves.taken);
     MinutiaSet set = {};
-    set.count = count;
-    for (size_t i = 0; i < taken.size(); ++i) {
-        Minutia minutia = taken[i];
-        minutia.x += Between(-kJitter, kJitter);
-        minutia.y += Between(-kJitter, kJitter);
-        minutia.direction = static_cast<uint8_t>(
-            (minutia.direction + Between(-kTurnJitter, kTurnJitter) + kTurn) % kTurn);
-        set.minutiae[i] = minutia;
+    for (const Minutia& minutia : halves.taken) {
+        set.minutiae[set.count] = Jittered(minutia);
+        ++set.count;
     }
     return FinishedTemplate(set);
 }

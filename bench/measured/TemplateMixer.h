@@ -29,6 +29,20 @@ class TemplateMixer {
     int32_t Between(int32_t low, int32_t high);
     const MinutiaSet& RandomSource();
 
+    /// Minutiae of two sources on either side of a random line, and the others of the two.
+    struct Halves {
+        std::vector<Minutia> taken;
+        std::vector<Minutia> spare;
+    };
+    Halves TwoHalves();
+
+    /// Brings the taken ones to `count`.
+    void FillUp(int32_t count, Halves* halves);
+    void Thin(int32_t count, std::vector<Minutia>* taken);
+
+    /// A little moved and turned.
+    Minutia Jittered(Minutia minutia);
+
     std::vector<MinutiaSet> sources_;
     std::mt19937 random_;
 };
