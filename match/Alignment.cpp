@@ -223,22 +223,23 @@ Shift EstimateShift(MatchContext* context) {
 }  // namespace
 
 void GetRotationAngle(MatchContext* context, int32_t* angle) {
-    constexpr int32_t kWeights[2 * kRotationReach + 1] = {1, 2, 4, 8, 16, 8, 4, 2, 1};
-    int32_t unsmoothed[kTurn];
-    memcpy(unsmoothed, context->angleHistogram, sizeof(unsmoothed));
+    // The histogram with its ends repeated beyond them. Unsigned, because sums may wrap.
+    uint32_t unsmoothed[kRotationReach + kTurn + kRotationReach];
+    memcpy(unsmoothed + kRotationReach, context->angleHistogram, sizeof(context->angleHistogram));
+    memcpy(unsmoothed, unsmoothed + kTurn, kRotationReach * sizeof(unsmoothed[0]));
+    memcpy(unsmoothed + kRotationReach + kTurn, unsmoothed + kRotationReach,
+           kRotationReach * sizeof(unsmoothed[0]));
     int32_t best = 0;
-    *angle = 0;
     for (int32_t i = 0; i < kTurn; ++i) {
-        int32_t sum = 0;
-        for (int32_t k = -kRotationReach; k <= kRotationReach; ++k) {
-            sum = WrapAdd32(
-                sum, WrapMul32(kWeights[k + kRotationReach], unsmoothed[WrapAngle240(i + k)]));
-        }
-        context->angleHistogram[i] = sum;
-        if (sum > best) {
-            best = sum;
-            *angle = i;
-        }
+        const uint32_t* const votes = unsmoothed + i;
+        const uint32_t sum = votes[0] + votes[8] + 2 * (votes[1] + votes[7]) +
+                             4 * (votes[2] + votes[6]) + 8 * (votes[3] + votes[5]) + 16 * votes[4];
+        context->angleHistogram[i] = static_cast<int32_t>(sum);
+        best = Max(best, static_cast<int32_t>(sum));
+    }
+    *angle = 0;
+    while (best > 0 && context->angleHistogram[*angle] != best) {
+        ++*angle;
     }
 }
 
@@ -248,7 +249,8 @@ void RotateInfo(MatchContext* context, int32_t angle) {
     }
     for (int32_t bar = 0; bar < context->probeBarCount; ++bar) {
         uint8_t* direction = &context->probeBars[bar].direction;
-        *direction = static_cast<uint8_t>(WrapAngle240(*direction + angle));
+        const int32_t turned = *direction + angle;
+        *direction = static_cast<uint8_t>(turned >= kTurn ? turned - kTurn : turned);
     }
     const int32_t sine = gnSin[kTurn - angle];
     const int32_t cosine = gnCos[kTurn - angle];
@@ -270,7 +272,8 @@ int32_t EstimateMoveVector(int32_t* histogram, int32_t lowBin, int32_t highBin) 
         return 0;
     }
     int32_t* votes = histogram + kShiftBins;
-    memcpy(votes, histogram, kShiftBins * sizeof(histogram[0]));
+    memcpy(votes + low - kMoveReach, histogram + low - kMoveReach,
+           static_cast<size_t>(high - low + 2 * kMoveReach + 1) * sizeof(histogram[0]));
     int32_t windowSum = 0;
     for (int32_t i = low - kMoveReach; i < low + kMoveReach; ++i) {
         windowSum = WrapAdd32(windowSum, votes[i]);

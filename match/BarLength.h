@@ -15,7 +15,7 @@ namespace qorfp {
 /// what lies below 256 reads the root of 256, one too many.
 inline int32_t LengthOf(int32_t distSquared) {
     const int32_t sample = Max(distSquared, 256);
-    const int32_t segment = (31 - __builtin_clz(static_cast<uint32_t>(sample))) / 2;  // 4..7
+    const int32_t segment = (__builtin_clz(static_cast<uint32_t>(sample)) ^ 31) >> 1;  // 4..7
     const int32_t root = gnSqrt[208 + (2 << segment) + (sample >> segment)];
     return root - (distSquared < root * root ? 1 : 0);
 }

@@ -31,26 +31,27 @@ int32_t WrapSum(int32_t sum) {
 // Direction of the vector (dx, dy), each side at most 127 long: that of atanB, without branches.
 int32_t DirectionOf(int32_t dx, int32_t dy) {
     const int32_t angle = gnAtanB[Absolute(dy) * kTableRow + Absolute(dx)];
-    const int32_t axis = dx > 0 ? 0 : kHalfTurn;
-    const int32_t fromAxis = dx > 0 ? dy : -dy;
-    return WrapDifference(axis + (fromAxis < 0 ? -angle : angle));
+    // All ones where the vector points left, and where it turns back from its half of the x axis.
+    const int32_t isLeft = -static_cast<int32_t>(dx <= 0);
+    const int32_t isBack = ((dy ^ isLeft) - isLeft) >> 31;
+    return WrapDifference((kHalfTurn & isLeft) + ((angle ^ isBack) - isBack));
 }
 
 // A minutia as an end of bars.
 struct BarEnd {
+    int32_t number;
     int32_t x;
     int32_t y;
     int32_t direction;  // 0..239
 };
 
-BarEnd EndAt(const Minutia& minutia) {
+BarEnd EndAt(const MinutiaSet& set, int32_t number) {
+    const Minutia& minutia = set.minutiae[number];
     // Damaged templates have directions up to 255.
-    return {minutia.x, minutia.y, WrapSum(minutia.direction)};
+    return {number, minutia.x, minutia.y, WrapSum(minutia.direction)};
 }
 
-Bar BarBetween(const MinutiaSet& set, int32_t first, int32_t second) {
-    const BarEnd from = EndAt(set.minutiae[first]);
-    const BarEnd to = EndAt(set.minutiae[second]);
+Bar BarBetween(const BarEnd& from, const BarEnd& to) {
     int32_t dx = to.x - from.x;
     int32_t dy = to.y - from.y;
     const int32_t length = LengthOf(Square(dx) + Square(dy));
@@ -60,8 +61,8 @@ Bar BarBetween(const MinutiaSet& set, int32_t first, int32_t second) {
     }
     const int32_t direction = DirectionOf(dx, dy);
     Bar bar;
-    bar.first = static_cast<int16_t>(first);
-    bar.second = static_cast<int16_t>(second);
+    bar.first = static_cast<int16_t>(from.number);
+    bar.second = static_cast<int16_t>(to.number);
     bar.length = length;
     bar.direction = static_cast<uint8_t>(direction);
     bar.angleFirst = static_cast<uint8_t>(WrapDifference(direction - from.direction));
@@ -85,11 +86,12 @@ Bar Reversed(const Bar& bar) {
 int32_t GenerateBars(const MinutiaSet& set, NeighbourBits* neighbours, Bar* bars) {
     int32_t count = 0;
     for (int32_t i = 0; i < set.count; ++i) {
+        const BarEnd from = EndAt(set, i);
         const NeighbourBits self = static_cast<NeighbourBits>(1) << i;
         for (NeighbourBits others = neighbours[i]; others != 0; others &= others - 1) {
             const int32_t j = __builtin_ctzll(others);
             neighbours[j] &= ~self;  // not again from the other side
-            bars[count] = BarBetween(set, i, j);
+            bars[count] = BarBetween(from, EndAt(set, j));
             ++count;
             if (count == kMaxBarPairs) {
                 return count;

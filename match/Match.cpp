@@ -23,42 +23,66 @@ bool IsCoordinate(int32_t value) {
     return value >= kLowestCoordinate && value <= kHighestCoordinate;
 }
 
-bool AreMinutiaeOf(const MinutiaSet& set, const Bar& bar) {
-    return bar.first >= 0 && bar.first < set.count && bar.second >= 0 && bar.second < set.count;
+bool AreCoordinates(const MinutiaSet& set) {
+    for (int32_t i = 0; i < set.count; ++i) {
+        if (!IsCoordinate(set.minutiae[i].x) || !IsCoordinate(set.minutiae[i].y)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+// Both ends of a bar are tested at once, as the halves of a word: a half has its highest bit set in
+// the result when it is not a number 0..count - 1.
+constexpr uint32_t kHighestBits = 0x80008000;
+
+uint32_t TestEnds(const Bar& bar, int32_t count) {
+    const uint32_t limits = static_cast<uint32_t>(count - 1) * 0x00010001;
+    uint32_t ends;
+    memcpy(&ends, &bar.first, sizeof(ends));
+    return ends | ~((limits | kHighestBits) - ends);
+}
+static_assert(offsetof(Bar, second) == sizeof(Bar::first), "the ends are next to each other");
+
+bool AreBarsOf(const MinutiaSet& set, const Bar* bars, int32_t count) {
+    uint32_t tests = 0;
+    for (int32_t bar = 0; bar < count; ++bar) {
+        tests |= TestEnds(bars[bar], set.count);
+    }
+    return (tests & kHighestBits) == 0;
+}
+
+// The lists lie one after the other; each bar is in four of them.
+bool AreListsSound(const MatchContext& context) {
+    int32_t entries = 0;
+    for (int32_t list = 0; list < kSectorLists; ++list) {
+        if (context.sectorStart[list] != entries || context.sectorLength[list] < 0) {
+            return false;
+        }
+        entries += context.sectorLength[list];
+    }
+    return entries == kListsPerBar * context.referenceBarCount;
+}
+
+bool AreEntriesSound(const MatchContext& context) {
+    const int32_t highest = context.referenceBarCount - 1;
+    int16_t sign = 0;
+    for (int32_t k = 0; k < kListsPerBar * context.referenceBarCount; ++k) {
+        const int16_t entry = context.sectorEntries[k];
+        sign = static_cast<int16_t>(sign | entry | (highest - entry));
+    }
+    return sign >= 0;
 }
 
 // True when every index of the reference side points inside the record, at real positions. Match
 // and MakeFirstInfo leave it so; a buffer that something else has used since need not be.
 bool IsReferenceSound(const MatchContext& context) {
+    const int32_t count = context.reference.count;
     const int32_t bars = context.referenceBarCount;
-    if (context.reference.count < 0 || context.reference.count > kMaxMinutiae || bars < 0 ||
-        bars > kMaxReferenceBars) {
-        return false;
-    }
-    for (int32_t i = 0; i < context.reference.count; ++i) {
-        const Minutia& minutia = context.reference.minutiae[i];
-        if (!IsCoordinate(minutia.x) || !IsCoordinate(minutia.y)) {
-            return false;
-        }
-    }
-    for (int32_t bar = 0; bar < bars; ++bar) {
-        if (!AreMinutiaeOf(context.reference, context.referenceBars[bar])) {
-            return false;
-        }
-    }
-    for (int32_t list = 0; list < kSectorLists; ++list) {
-        const int32_t start = context.sectorStart[list];
-        const int32_t length = context.sectorLength[list];
-        if (start < 0 || length < 0 || start + length > kSectorEntries) {
-            return false;
-        }
-        for (int32_t k = start; k < start + length; ++k) {
-            if (context.sectorEntries[k] < 0 || context.sectorEntries[k] >= bars) {
-                return false;
-            }
-        }
-    }
-    return true;
+    return count >= 0 && count <= kMaxMinutiae && bars >= 0 && bars <= kMaxReferenceBars &&
+           (count > 0 || bars == 0) && AreCoordinates(context.reference) &&
+           AreBarsOf(context.reference, context.referenceBars, bars) && AreListsSound(context) &&
+           AreEntriesSound(context);
 }
 
 }  // namespace

@@ -16,7 +16,6 @@ namespace {
 using namespace qorfp;
 
 constexpr int32_t kAngleMargin = 10;  // angle steps
-constexpr int32_t kListsPerBar = 4;
 
 // The lists of a bar: the margins are a sector apart, so each angle gives two neighbouring sectors.
 struct BarLists {
