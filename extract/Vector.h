@@ -110,6 +110,22 @@ inline U8x16 NarrowMask(I16x8 low, I16x8 high) {
 #endif
 }
 
+/// A bit for each lane of a comparison's result, lane 0 the lowest. Every lane must be all ones or
+/// zeros.
+inline uint32_t SetLanes(U8x16 mask) {
+#if defined(__SSE2__)
+    return static_cast<uint32_t>(_mm_movemask_epi8(AsLanes<__m128i>(mask)));
+#else
+    const U8x16 bits = mask & U8x16{1, 2, 4, 8, 16, 32, 64, 128, 1, 2, 4, 8, 16, 32, 64, 128};
+    uint64_t halves[2];
+    memcpy(halves, &bits, sizeof(halves));
+    // Adds the eight bytes, whichever is first.
+    constexpr uint64_t kOneInEveryByte = 0x0101010101010101;
+    return static_cast<uint32_t>(halves[0] * kOneInEveryByte >> 56 |
+                                 (halves[1] * kOneInEveryByte >> 56) << 8);
+#endif
+}
+
 /// a0 b0 a1 b1 ... of the first, or the last, four lanes.
 inline U16x8 InterleaveLow(U16x8 first, U16x8 second) {
     const U8x16 a = AsLanes<U8x16>(first);

@@ -7,23 +7,13 @@
 
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
+#include "match/Correspondence.h"
 #include "match/FPMatch.h"
 #include "match/MinutiaBox.h"
 
 namespace {
 
 using namespace qorfp;
-
-constexpr int32_t kLengthTolerance = 12;  // pixels
-constexpr int32_t kAngleTolerance = 11;   // angle steps, not reached
-constexpr int32_t kAngleGain = 30;        // of the likeness, for each angle step
-constexpr int32_t kLengthGain = 44;       // for each pixel of length
-constexpr int32_t kLikenessFloor = 165;
-constexpr int32_t kBothTypesDiffer = 853;     // / 1024
-constexpr int32_t kBothTypesAgree = 1229;     // / 1024
-constexpr int32_t kDisorderTolerance = 16;    // not reached
-constexpr int32_t kDensityTolerance = 32;     // not reached
-constexpr int32_t kDensitySumTolerance = 40;  // not reached
 
 constexpr int32_t kTurnedTolerance = 12;  // angle steps between turned bars, not reached
 constexpr int32_t kShiftTolerance = 16;   // pixels between the shifts of a bar's two ends
@@ -34,128 +24,22 @@ constexpr int32_t kMoveReach = 5;
 constexpr int32_t kLowestMoveBin = kMoveReach;
 constexpr int32_t kHighestMoveBin = kShiftBins - 1 - kMoveReach;
 
-// How alike two bars are by length, angles and types: more than kLikenessFloor, or 0.
-int32_t LikenessOf(const MatchContext& context, const Bar& a, const Bar& b) {
-    const int32_t d1 = AngleDistance240(a.angleFirst, b.angleFirst);
-    const int32_t d2 = AngleDistance240(a.angleSecond, b.angleSecond);
-    if (d1 >= kAngleTolerance || d2 >= kAngleTolerance) {
-        return 0;
-    }
-    const int32_t likeness = kAngleGain * (20 - d1 - d2) +
-                             kLengthGain * (kLengthTolerance - Absolute(a.length - b.length)) -
-                             kLikenessFloor;
-    if (likeness <= kLikenessFloor) {
-        return 0;
-    }
-    const MinutiaSet& reference = context.reference;
-    const MinutiaSet& probe = context.probe;
-    const bool firstAgrees = reference.minutiae[a.first].type == probe.minutiae[b.first].type;
-    const bool secondAgrees = reference.minutiae[a.second].type == probe.minutiae[b.second].type;
-    if (firstAgrees != secondAgrees) {
-        return likeness;
-    }
-    return ShiftRight((firstAgrees ? kBothTypesAgree : kBothTypesDiffer) * likeness + 512, 10);
-}
-
-// Weight of a correspondence: the likeness, reduced by the differences of the local attributes.
-// 0 when the bars do not correspond.
-int32_t WeightOf(const MatchContext& context, const Bar& a, const Bar& b) {
-    const int32_t likeness = LikenessOf(context, a, b);
-    if (likeness == 0) {
-        return 0;
-    }
-    const uint32_t a1 = context.reference.minutiae[a.first].attributes;
-    const uint32_t a2 = context.reference.minutiae[a.second].attributes;
-    const uint32_t b1 = context.probe.minutiae[b.first].attributes;
-    const uint32_t b2 = context.probe.minutiae[b.second].attributes;
-    const int32_t e1 = Absolute(DisorderOf(a1) - DisorderOf(b1));
-    const int32_t e2 = Absolute(DisorderOf(a2) - DisorderOf(b2));
-    if (e1 >= kDisorderTolerance || e2 >= kDisorderTolerance) {
-        return 0;
-    }
-    const int32_t h1 = Absolute(RidgeDensityOf(a1) - RidgeDensityOf(b1));
-    const int32_t h2 = Absolute(RidgeDensityOf(a2) - RidgeDensityOf(b2));
-    if (h1 >= kDensityTolerance || h2 >= kDensityTolerance || h1 + h2 >= kDensitySumTolerance) {
-        return 0;
-    }
-    const int32_t disorderPart = ShiftRight(likeness * (32 - e1 - e2), 5);
-    return (kDensitySumTolerance - h1 - h2) * disorderPart / kDensitySumTolerance;
-}
-
-// Compares a probe bar with the reference bars of its sectors and remembers the best partner of
-// both sides; among equal weights the earlier partner stays.
-void FindPartners(MatchContext* context, int32_t probeBar) {
-    const Bar& b = context->probeBars[probeBar];
-    const int32_t list = gbDiv20[b.angleFirst] * kSectors + gbDiv20[b.angleSecond];
-    const int16_t* entries = context->sectorEntries + context->sectorStart[list];
-    for (int32_t k = 0; k < context->sectorLength[list]; ++k) {
-        const int32_t referenceBar = entries[k];
-        const Bar& a = context->referenceBars[referenceBar];
-        if (a.length > b.length + kLengthTolerance) {
-            break;  // the lists are ordered by length
-        }
-        if (a.length < b.length - kLengthTolerance) {
-            continue;
-        }
-        const int32_t weight = WeightOf(*context, a, b);
-        if (weight > context->probeBestWeight[probeBar]) {
-            context->probeBestWeight[probeBar] = weight;
-            context->probeBestReference[probeBar] = static_cast<int16_t>(referenceBar);
-        }
-        if (weight > context->referenceBestWeight[referenceBar]) {
-            context->referenceBestWeight[referenceBar] = weight;
-            context->referenceBestProbe[referenceBar] = static_cast<int16_t>(probeBar);
-        }
-    }
-}
-
-// Of a reference bar and its reverse only the better matched one keeps its partner.
-void SuppressReverses(MatchContext* context) {
-    for (int32_t bar = 0; bar + 1 < context->referenceBarCount; bar += 2) {
-        const bool reverseIsBetter =
-            context->referenceBestWeight[bar + 1] > context->referenceBestWeight[bar];
-        context->referenceBestProbe[reverseIsBetter ? bar : bar + 1] = kNoPartner;
-    }
-}
-
-void FindCorrespondences(MatchContext* context) {
-    for (int32_t bar = 0; bar < context->probeBarCount; ++bar) {
-        context->probeBestWeight[bar] = 0;
-        context->probeBestReference[bar] = kNoPartner;
-    }
-    for (int32_t bar = 0; bar < context->referenceBarCount; ++bar) {
-        context->referenceBestWeight[bar] = 0;
-        context->referenceBestProbe[bar] = kNoPartner;
-    }
-    for (int32_t bar = 0; bar < context->probeBarCount; ++bar) {
-        FindPartners(context, bar);
-    }
-    SuppressReverses(context);
-}
-
 void VoteForAngle(MatchContext* context, const Minutia& reference, const Minutia& probe,
                   int32_t weight) {
     context->angleHistogram[WrapAngle240(reference.direction - probe.direction)] += weight;
 }
 
-// Keeps the bars that are each other's best partner; both ends of each vote for the rotation.
-void PairMutualBest(MatchContext* context) {
+// Both ends of each pair vote for the rotation between them.
+void VoteForAngles(MatchContext* context) {
     memset(context->angleHistogram, 0, sizeof(context->angleHistogram));
-    context->pairCount = 0;
-    for (int32_t bar = 0; bar < context->probeBarCount; ++bar) {
-        const int16_t partner = context->probeBestReference[bar];
-        if (partner == kNoPartner || context->referenceBestProbe[partner] != bar) {
-            continue;
-        }
-        const int32_t weight = context->referenceBestWeight[partner];
-        context->pairs[context->pairCount] = {partner, static_cast<int16_t>(bar), weight};
-        ++context->pairCount;
-        const Bar& a = context->referenceBars[partner];
-        const Bar& b = context->probeBars[bar];
+    for (int32_t k = 0; k < context->pairCount; ++k) {
+        const BarPair& pair = context->pairs[k];
+        const Bar& a = context->referenceBars[pair.reference];
+        const Bar& b = context->probeBars[pair.probe];
         VoteForAngle(context, context->reference.minutiae[a.first],
-                     context->probe.minutiae[b.first], weight);
+                     context->probe.minutiae[b.first], pair.weight);
         VoteForAngle(context, context->reference.minutiae[a.second],
-                     context->probe.minutiae[b.second], weight);
+                     context->probe.minutiae[b.second], pair.weight);
     }
 }
 
@@ -305,7 +189,7 @@ int32_t Alignment(MatchContext* context, MatchResult* result, int32_t wantPairs)
         return 0;
     }
     FindCorrespondences(context);
-    PairMutualBest(context);
+    VoteForAngles(context);
 
     int32_t angle = 0;
     GetRotationAngle(context, &angle);

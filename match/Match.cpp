@@ -13,7 +13,7 @@ namespace {
 using namespace qorfp;
 
 // What Match clears: up to and including the accepted-pair count.
-constexpr size_t kClearedBytes = offsetof(MatchContext, probeBestWeight);
+constexpr size_t kClearedBytes = offsetof(MatchContext, sectorBars);
 
 // What a template can hold; sums and squares of such coordinates stay far inside 32 bits.
 constexpr int32_t kLowestCoordinate = -256;

@@ -25,8 +25,8 @@ constexpr int32_t kSectorEntries = kListsPerBar * kMaxReferenceBars;
 constexpr int32_t kLengthBins = kMaxBarLength + 1;
 constexpr int32_t kShiftBins = 512;  ///< bin 256 is a shift of 0
 constexpr int32_t kShiftZeroBin = 256;
+constexpr int32_t kSectorBarLanes = 8;  ///< sector bars that are compared at once
 constexpr int32_t kMaxMatchPairs = 120;
-constexpr int16_t kNoPartner = -1;
 
 }  // namespace qorfp
 
@@ -46,6 +46,15 @@ struct BarPair {
     int16_t reference;  ///< index of the reference bar
     int16_t probe;      ///< index of the probe bar
     int32_t weight;
+};
+
+/// The bars of the sector lists, entry by entry, word by word (SectorBar.h). What vectors read behind
+/// a list is not used.
+struct SectorBars {
+    uint16_t lengthAndAngle[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
+    uint16_t angleAndTypes[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
+    uint16_t firstAttributes[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
+    uint16_t secondAttributes[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
 };
 
 /// The outcome of an alignment; also the pair record of fusion.
@@ -86,11 +95,11 @@ struct MatchContext {
     int16_t accepted[qorfp::kMaxProbeBars];  ///< indices into pairs
     int32_t acceptedCount;
 
+    SectorBars sectorBars;  ///< of the reference side; holds no index
+
     // Scratch.
-    int32_t probeBestWeight[qorfp::kMaxProbeBars];
-    int16_t probeBestReference[qorfp::kMaxProbeBars];
-    int32_t referenceBestWeight[qorfp::kMaxReferenceBars];
-    int16_t referenceBestProbe[qorfp::kMaxReferenceBars];
+    uint32_t probeBest[qorfp::kMaxProbeBars];  ///< best weight and partner in one number
+    uint32_t referenceBest[qorfp::kMaxReferenceBars];
     int32_t angleHistogram[240];
     int32_t xShiftHistogram[2 * qorfp::kShiftBins];  ///< bins, then working room
     int32_t yShiftHistogram[2 * qorfp::kShiftBins];

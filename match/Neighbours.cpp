@@ -85,7 +85,7 @@ I16x8 MakeKeys(NeighbourWork* work, int32_t count, int32_t first) {
             Least(CutSide(Difference(y, AllLanes(work->y[j]))), AllLanes(kSideSumLimit) - width);
         const U16x8 w = AsLanes<U16x8>(width);
         const U16x8 h = AsLanes<U16x8>(height);
-        const U16x8 offset = static_cast<uint16_t>(kKeyOffset & UINT16_MAX) + U16x8{};
+        const U16x8 offset = EveryLane(static_cast<uint16_t>(kKeyOffset & UINT16_MAX));
         const I16x8 keys = AsLanes<I16x8>(w * w + h * h + offset);
         StoreVector(keys, work->keys + j * kMinutiaLanes);
         neighbours -= keys < AllLanes(kPastLastKey);

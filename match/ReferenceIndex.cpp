@@ -10,51 +10,114 @@
 #include "extract/FixedMath.h"
 #include "match/FPMatch.h"
 #include "match/MinutiaBox.h"
+#include "match/SectorBar.h"
 
 namespace {
 
 using namespace qorfp;
 
 constexpr int32_t kAngleMargin = 10;  // angle steps
+static_assert(2 * kAngleMargin * kSectors == kTurn, "the margins lie in neighbouring sectors");
 
-// The lists of a bar: the margins are a sector apart, so each angle gives two neighbouring sectors.
-struct BarLists {
-    int32_t lists[kListsPerBar];
+// The sector of an angle minus the margin; that of the angle plus the margin is the next.
+uint8_t LowSectorOf(int32_t angle) {
+    const int32_t low = angle - kAngleMargin;
+    return gbDiv20[low < 0 ? low + kTurn : low];
+}
+
+constexpr int32_t Next(int32_t sector) {
+    return sector + 1 < kSectors ? sector + 1 : 0;
+}
+
+constexpr int32_t Previous(int32_t sector) {
+    return sector > 0 ? sector - 1 : kSectors - 1;
+}
+
+// The low sectors of both angles of each pair's first bar; those of the reverse are exchanged.
+struct PairSectors {
+    uint8_t first[kMaxBarPairs];
+    uint8_t second[kMaxBarPairs];
 };
 
-int32_t SectorOf(int32_t angle) {
-    return gbDiv20[WrapAngle240(angle)];
+// Bars by the low sectors of their angles.
+struct SectorCounts {
+    int16_t bars[kSectors][kSectors];
+};
+
+void CountBars(const MatchContext& context, PairSectors* sectors, SectorCounts* counts) {
+    memset(counts, 0, sizeof(*counts));
+    for (int32_t pair = 0; 2 * pair < context.referenceBarCount; ++pair) {
+        const Bar& bar = context.referenceBars[2 * pair];
+        const uint8_t first = LowSectorOf(bar.angleFirst);
+        const uint8_t second = LowSectorOf(bar.angleSecond);
+        sectors->first[pair] = first;
+        sectors->second[pair] = second;
+        ++counts->bars[first][second];
+        ++counts->bars[second][first];
+    }
 }
 
-BarLists ListsOf(const Bar& bar) {
-    const int32_t low1 = SectorOf(bar.angleFirst - kAngleMargin) * kSectors;
-    const int32_t high1 = SectorOf(bar.angleFirst + kAngleMargin) * kSectors;
-    const int32_t low2 = SectorOf(bar.angleSecond - kAngleMargin);
-    const int32_t high2 = SectorOf(bar.angleSecond + kAngleMargin);
-    return {{low1 + low2, low1 + high2, high1 + low2, high1 + high2}};
+// A list holds the bars whose low or high sectors are its own.
+void LayOutLists(const SectorCounts& counts, MatchContext* context) {
+    int16_t start = 0;
+    for (int32_t s = 0; s < kSectors; ++s) {
+        const int16_t* const bars = counts.bars[s];
+        const int16_t* const barsBefore = counts.bars[Previous(s)];
+        for (int32_t t = 0; t < kSectors; ++t) {
+            const int32_t before = Previous(t);
+            const int32_t length = bars[t] + bars[before] + barsBefore[t] + barsBefore[before];
+            context->sectorStart[s * kSectors + t] = start;
+            context->sectorLength[s * kSectors + t] = static_cast<int16_t>(length);
+            start = static_cast<int16_t>(start + length);
+        }
+    }
 }
+
+// Fills the lists in order of the bars.
+class ListFiller {
+  public:
+    explicit ListFiller(MatchContext* context) : context_(context) {
+        memcpy(next_, context->sectorStart, sizeof(next_));
+    }
+
+    void Enter(int32_t index, const SectorBar& bar, int32_t first, int32_t second) {
+        const int32_t low = first * kSectors;
+        const int32_t high = Next(first) * kSectors;
+        Append(index, bar, low + second);
+        Append(index, bar, low + Next(second));
+        Append(index, bar, high + second);
+        Append(index, bar, high + Next(second));
+    }
+
+  private:
+    void Append(int32_t index, const SectorBar& bar, int32_t list) {
+        const int32_t position = next_[list];
+        ++next_[list];
+        context_->sectorEntries[position] = static_cast<int16_t>(index);
+        context_->sectorBars.lengthAndAngle[position] = bar.lengthAndAngle;
+        context_->sectorBars.angleAndTypes[position] = bar.angleAndTypes;
+        context_->sectorBars.firstAttributes[position] = bar.firstAttributes;
+        context_->sectorBars.secondAttributes[position] = bar.secondAttributes;
+    }
+
+    MatchContext* context_;
+    int16_t next_[kSectorLists];  // where the next entry of each list goes
+};
 
 void BuildSectorIndex(MatchContext* context) {
-    memset(context->sectorLength, 0, sizeof(context->sectorLength));
-    for (int32_t bar = 0; bar < context->referenceBarCount; ++bar) {
-        const BarLists lists = ListsOf(context->referenceBars[bar]);
-        for (const int32_t list : lists.lists) {
-            ++context->sectorLength[list];
-        }
-    }
-    int16_t start = 0;
-    for (int32_t list = 0; list < kSectorLists; ++list) {
-        context->sectorStart[list] = start;
-        start = static_cast<int16_t>(start + context->sectorLength[list]);
-        context->sectorLength[list] = 0;
-    }
-    for (int32_t bar = 0; bar < context->referenceBarCount; ++bar) {
-        const BarLists lists = ListsOf(context->referenceBars[bar]);
-        for (const int32_t list : lists.lists) {
-            const int32_t position = context->sectorStart[list] + context->sectorLength[list];
-            context->sectorEntries[position] = static_cast<int16_t>(bar);
-            ++context->sectorLength[list];
-        }
+    PairSectors sectors;
+    SectorCounts counts;
+    CountBars(*context, &sectors, &counts);
+    LayOutLists(counts, context);
+    EndFeatures features;
+    CollectFeatures(context->reference, &features);
+    ListFiller filler(context);
+    for (int32_t pair = 0; 2 * pair < context->referenceBarCount; ++pair) {
+        const Bar* const bar = &context->referenceBars[2 * pair];
+        const int32_t first = sectors.first[pair];
+        const int32_t second = sectors.second[pair];
+        filler.Enter(2 * pair, SectorBarOf(bar[0], features), first, second);
+        filler.Enter(2 * pair + 1, SectorBarOf(bar[1], features), second, first);
     }
 }
 

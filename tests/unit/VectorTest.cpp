@@ -191,6 +191,16 @@ TEST(Vector, LooksUpSixteenEntries) {
     }
 }
 
+TEST(Vector, NumbersTheSetLanes) {
+    for (uint32_t bits = 0; bits < 65536; bits += 7) {
+        U8x16 mask = {};
+        for (size_t lane = 0; lane < 16; ++lane) {
+            mask[lane] = (bits >> lane & 1) != 0 ? 255 : 0;
+        }
+        ASSERT_EQ(qorfp::SetLanes(mask), bits);
+    }
+}
+
 TEST(Vector, VectorsCoverEveryLengthInOrder) {
     for (ptrdiff_t begin = 0; begin < 3; ++begin) {
         for (ptrdiff_t length = 16; length <= 70; ++length) {
