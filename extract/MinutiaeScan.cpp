@@ -7,7 +7,7 @@
 
 #include "extract/FPTable.h"
 #include "extract/Minutiae.h"
-#include "extract/Neighbours.h"
+#include "extract/PixelNeighbours.h"
 #include "extract/RidgeTrace.h"
 #include "extract/Vector.h"
 
@@ -127,9 +127,9 @@ bool FindSeeds(const Skeleton& skeleton, int32_t bx, int32_t by, Seeds* seeds) {
     for (int32_t row = 0; row < kBlockSide; ++row) {
         pixels += width;
         const RowVectors below = LoadRow(pixels);
-        const NeighbourBits<U8x16> neighbours = {above.left,   above.middle, above.right,
-                                                 at.left,      at.right,     below.left,
-                                                 below.middle, below.right};
+        const PixelNeighbours<U8x16> neighbours = {above.left,   above.middle, above.right,
+                                                   at.left,      at.right,     below.left,
+                                                   below.middle, below.right};
         const U8x16 found = HasOddRuns(neighbours) & ~at.middle & kBackgroundBit;
         StoreVector(found, seeds->rows[row]);
         any |= found;

@@ -6,7 +6,7 @@
 #include <stdint.h>
 
 #include "extract/Minutiae.h"
-#include "extract/Neighbours.h"
+#include "extract/PixelNeighbours.h"
 
 namespace qorfp {
 

@@ -3,7 +3,7 @@
 // The tables of thinning and of the skeleton's neighbour codes.
 
 #include "extract/FPTable.h"
-#include "extract/Neighbours.h"
+#include "extract/PixelNeighbours.h"
 #include "extract/Repeat.h"
 #include "extract/ThinningRule.h"
 
@@ -51,22 +51,22 @@ constexpr Position StepInto(int code) {
 // The formulas for many pixels say the same as the tables. Bit 0 stands for a pixel.
 constexpr bool FormulasAgree() {
     for (int code = 0; code < kCodes; ++code) {
-        const NeighbourBits<int> inThinning = {code & 1,        // upper left
-                                               code >> 2 & 1,   // above
-                                               code >> 4 & 1,   // upper right
-                                               code >> 6 & 1,   // left
-                                               code >> 7 & 1,   // right
-                                               code >> 1 & 1,   // lower left
-                                               code >> 3 & 1,   // below
-                                               code >> 5 & 1};  // lower right
-        const NeighbourBits<int> onCircle = {code >> 7 & 1,     // upper left
-                                             code >> 0 & 1,     // above
-                                             code >> 1 & 1,     // upper right
-                                             code >> 6 & 1,     // left
-                                             code >> 2 & 1,     // right
-                                             code >> 5 & 1,     // lower left
-                                             code >> 4 & 1,     // below
-                                             code >> 3 & 1};    // lower right
+        const PixelNeighbours<int> inThinning = {code & 1,        // upper left
+                                                 code >> 2 & 1,   // above
+                                                 code >> 4 & 1,   // upper right
+                                                 code >> 6 & 1,   // left
+                                                 code >> 7 & 1,   // right
+                                                 code >> 1 & 1,   // lower left
+                                                 code >> 3 & 1,   // below
+                                                 code >> 5 & 1};  // lower right
+        const PixelNeighbours<int> onCircle = {code >> 7 & 1,     // upper left
+                                               code >> 0 & 1,     // above
+                                               code >> 1 & 1,     // upper right
+                                               code >> 6 & 1,     // left
+                                               code >> 2 & 1,     // right
+                                               code >> 5 & 1,     // lower left
+                                               code >> 4 & 1,     // below
+                                               code >> 3 & 1};    // lower right
         if ((IsDeletedFirst(inThinning) & 1) != kThinning.values[code] ||
             (IsDeletedSecond(inThinning) & 1) != kThinning.values[kCodes + code] ||
             (HasOddRuns(onCircle) & 1) != CountRuns(code) % 2) {

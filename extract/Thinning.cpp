@@ -58,7 +58,7 @@ void RunPasses(Run run) {
 
 // --- Bit rows ------------------------------------------------------------------------------------
 
-using Neighbours = NeighbourBits<U8x16>;
+using Neighbours = PixelNeighbours<U8x16>;
 using Rule = U8x16(const Neighbours&);
 
 // Finds the pixels of a row that its sub-iteration deletes. False when there is none.

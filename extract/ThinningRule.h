@@ -5,13 +5,13 @@
 // left out, and a term by itself has no meaning. SkeletonTable.cpp compares them with the tables.
 #pragma once
 
-#include "extract/Neighbours.h"
+#include "extract/PixelNeighbours.h"
 
 namespace qorfp {
 
 /// Where the first sub-iteration deletes a ridge pixel. Bits of background pixels mean nothing.
 template <class Bits>
-constexpr Bits IsDeletedFirst(const NeighbourBits<Bits>& n) {
+constexpr Bits IsDeletedFirst(const PixelNeighbours<Bits>& n) {
     const Bits leftSide = n.left | (n.upperLeft & n.lowerLeft);
     const Bits overRidge = (n.above | (n.left & ~n.upperRight)) & ~n.below &
                            ~(n.right & ~(n.upperRight & ~(n.left & n.lowerLeft))) &
@@ -26,7 +26,7 @@ constexpr Bits IsDeletedFirst(const NeighbourBits<Bits>& n) {
 
 /// The same for the second sub-iteration.
 template <class Bits>
-constexpr Bits IsDeletedSecond(const NeighbourBits<Bits>& n) {
+constexpr Bits IsDeletedSecond(const PixelNeighbours<Bits>& n) {
     const Bits cornerNotLeft = n.upperRight & ~n.left;
     const Bits leftNotRight = n.left & ~n.right;
     const Bits rightCorners = n.upperRight & n.lowerRight;

@@ -59,7 +59,7 @@ constexpr Position StepIntoRun(int32_t code, int32_t place) {
 
 /// The neighbours of many pixels, a bit (or a byte's bit) a pixel: set where it is background.
 template <class Bits>
-struct NeighbourBits {
+struct PixelNeighbours {
     Bits upperLeft;
     Bits above;
     Bits upperRight;
@@ -73,7 +73,7 @@ struct NeighbourBits {
 /// Where the number of runs is odd: 1 or 3, an ending or a bifurcation. (It is the parity of the
 /// places where ridge follows background.)
 template <class Bits>
-constexpr Bits HasOddRuns(const NeighbourBits<Bits>& n) {
+constexpr Bits HasOddRuns(const PixelNeighbours<Bits>& n) {
     const Bits leftCorners = n.upperLeft ^ n.lowerLeft;
     const Bits lowerCorners = n.lowerLeft ^ n.lowerRight;
     const Bits rightCorners = n.lowerRight ^ n.upperRight;
