@@ -5,3 +5,6 @@
 set(QORFP_PREFIX_MAP
   -ffile-prefix-map=${PROJECT_SOURCE_DIR}=.
   -ffile-prefix-map=${PROJECT_BINARY_DIR}=./build)
+
+# Programs look for the library relative to themselves in the build folder too.
+set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)

@@ -21,6 +21,10 @@ cd "$(dirname "$0")/.."
 . scripts/debian-packages.sh
 . scripts/source-date.sh
 
+# CPack gives folders, and the parts of a package, the permissions that umask leaves.
+umask 022
+export LC_ALL=C
+
 native=$(dpkg --print-architecture)
 machine=$native
 check=''
@@ -38,9 +42,6 @@ for argument in "$@"; do
     esac
 done
 
-# The rules of Debian packages are in umask 022 and plain ASCII.
-umask 022
-export LC_ALL=C
 build=build/package/$machine
 output=build/packages
 log=$PWD/$build.log

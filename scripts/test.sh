@@ -5,17 +5,22 @@
 #
 #   scripts/test.sh          one configuration: the system's compiler, optimised
 #   scripts/test.sh --all    GCC and clang, each at -O0 and -O3, clang with AddressSanitizer and
-#                            UBSan, and 32-bit ARM in an emulator; stops at the first configuration
-#                            that fails
+#                            UBSan, and 32-bit ARM in an emulator; before them the Debian packages of
+#                            this machine, and the library twice, which must give the same bytes;
+#                            stops at the first that fails
 #
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/debian-packages.sh
 
+all=''
 case ${1:-} in
     '') presets=(dev) packages=("${test_packages[@]}") ;;
-    --all) presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan armhf) packages=("${all_test_packages[@]}") ;;
+    --all)
+        all=1
+        presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan armhf) packages=("${all_test_packages[@]}")
+        ;;
     *)
         sed -n '/^# Builds/,/^# Each/s/^# \{0,1\}//p' "$0" >&2
         exit 2
@@ -25,6 +30,11 @@ esac
 mkdir -p build
 : >build/setup.log
 install_packages build/setup.log "${packages[@]}"
+if [ -n "$all" ]; then
+    printf '\n==== packages ====\n'
+    scripts/package.sh --check
+    scripts/reproducible.sh --library
+fi
 for preset in "${presets[@]}"; do
     printf '\n==== %s ====\n' "$preset"
     started=$SECONDS
