@@ -17,6 +17,6 @@ clang_format=$(command -v clang-format-14 || command -v clang-format) || {
     echo "check-format: clang-format is missing (Debian package clang-format-14)" >&2
     exit 2
 }
-find api engine preprocess extract match include tools examples tests bench -type f \
+find api engine preprocess extract match include tools examples tests bench fuzz -type f \
     \( -name '*.c' -o -name '*.cpp' -o -name '*.h' \) -print0 | sort -z |
     xargs -0 "$clang_format" --style=file "${mode[@]}"

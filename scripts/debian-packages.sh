@@ -26,6 +26,9 @@ armhf_packages=(g++-arm-linux-gnueabihf)
 # Tests in all configurations: clang, and its sanitizers' run-time library; 32-bit ARM.
 all_test_packages=("${cross_test_packages[@]}" "${armhf_packages[@]}" clang libclang-rt-14-dev)
 
+# Fuzzing, also the command line's readers of files.
+fuzz_packages=("${build_packages[@]}" clang libclang-rt-14-dev)
+
 # Measuring time.
 bench_packages=("${build_packages[@]}" libbenchmark-dev python3)
 
