@@ -60,8 +60,8 @@ Bytes Stored(const Bytes& data) {
         const uint8_t isLast = done + count == data.size() ? 1 : 0;
         stream.insert(stream.end(), {isLast, low, high, static_cast<uint8_t>(low ^ 255),
                                      static_cast<uint8_t>(high ^ 255)});
-        const auto from = data.begin() + static_cast<int64_t>(done);
-        stream.insert(stream.end(), from, from + static_cast<int64_t>(count));
+        const uint8_t* const from = data.data() + done;
+        stream.insert(stream.end(), from, from + count);
         done += count;
     } while (done < data.size());
     AppendBigEndian(stream, Adler32(data));
@@ -74,7 +74,7 @@ Bytes PngOf(uint32_t width, uint32_t height, const Bytes& pixels) {
     Bytes rows;
     for (size_t y = 0; y < height; ++y) {
         rows.push_back(0);  // no filter
-        const auto row = pixels.begin() + static_cast<int64_t>(y * width);
+        const uint8_t* const row = pixels.data() + y * width;
         rows.insert(rows.end(), row, row + width);
     }
     Bytes file = Signature();

@@ -45,7 +45,7 @@ TemplateBytes Minutiae(ByteReader& reader) {
         if ((version & 2) == 0 && !hasKnownType) {
             entry[2] ^= 0x10;
         }
-        std::copy(entry.begin(), entry.end(), bytes.begin() + 4 + static_cast<int64_t>(6 * i));
+        std::copy(entry.begin(), entry.end(), bytes.data() + 4 + 6 * i);
     }
     bytes[369] = reader.Byte();
     Finish(bytes);

@@ -130,7 +130,7 @@ void CheckFile(const Bytes& bytes) {
     size_t at = 0;
     for (const auto& one : templates.value_or(std::vector<qorfp::cli::TemplateBytes>())) {
         const TemplateBytes entry(one.begin(), one.end());
-        const auto from = bytes.begin() + static_cast<int64_t>(at);
+        const uint8_t* const from = bytes.data() + at;
         ExpectEqual(TemplateBytes(from, from + 512), entry, "entry of a file");
         CheckView(entry);
         CheckJudgement(entry);
