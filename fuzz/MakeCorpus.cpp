@@ -85,8 +85,8 @@ void AddImages(const Corpus& corpus, const model::Grid& finger) {
     corpus.Add("check_finger", "sensor", Bytes{0, 254} + kDrawnFinger);
     corpus.Add("extract", "stripes", {0, 31, 27, 5, 60, 20, 10, 240});
     corpus.Add("stages", "all-window", Bytes{97} + window);
-    corpus.Add("stages", "all-finger", Bytes{97, 26, 28} + kDrawnFinger);
-    corpus.Add("stages", "detection", Bytes{99, 26, 28, 0, 0, 0, 0, 2, 7, 0, 5} + kDrawnFinger);
+    corpus.Add("stages", "all-finger", Bytes{97, 26, 26} + kDrawnFinger);
+    corpus.Add("stages", "detection", Bytes{99, 26, 26, 0, 0, 0, 0, 2, 7, 0, 5} + kDrawnFinger);
     for (uint8_t stage = 0; stage < 17; ++stage) {
         const Bytes chosen = {stage, 3, 2, 0};
         const Bytes maps = {2, 9, 0, 5};

@@ -2,7 +2,7 @@
 //
 // The command line's image readers: any bytes as a file, PGM, BMP and PNG files in pieces. A file is
 // refused with a reason or gives an image of the size it says, the same when read again; and what is
-// written as PGM or PNG is read as it was.
+// written as PGM or PNG is read as it was, but refused when its end is missing.
 #include <optional>
 #include <string>
 
@@ -124,11 +124,14 @@ void CheckRoundTrip(ByteReader& reader) {
     Append(pgm, "P5\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n");
     pgm.insert(pgm.end(), pixels.begin(), pixels.end());
     const Bytes png = PngOf(static_cast<uint32_t>(width), static_cast<uint32_t>(height), pixels);
-    for (const Bytes& file : {pgm, png}) {
+    const size_t missing = reader.Number16();
+    for (Bytes file : {pgm, png}) {
         const std::optional<GreyImage> image = Decode(file);
         Expect(image.has_value(), "a sound file is read");
         ExpectEqual(width, image->width, "width of a sound file");
         ExpectEqual(pixels, image->pixels, "pixels of a sound file");
+        file.resize(file.size() - 1 - missing % file.size());
+        Expect(!Decode(file).has_value(), "a file without its end is refused");
     }
 }
 
