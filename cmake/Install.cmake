@@ -55,6 +55,31 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/qorfp.pc.in ${PROJECT_BINARY_DIR}/qorfp
 install(FILES ${PROJECT_BINARY_DIR}/qorfp.pc
   DESTINATION ${QORFP_PKGCONFIG_DIR} COMPONENT development)
 
+# qorfp(3), made from the comments of the header, under the name of every call as well.
+find_program(QORFP_AWK awk)
+if(QORFP_AWK)
+  set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS
+    ${PROJECT_SOURCE_DIR}/include/QORFPApi.h ${CMAKE_CURRENT_LIST_DIR}/HeaderManual.awk)
+  set(PAGE ${PROJECT_BINARY_DIR}/man/qorfp.3)
+  file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/man)
+  execute_process(
+    COMMAND ${QORFP_AWK} -v version=${PROJECT_VERSION}
+            -f ${CMAKE_CURRENT_LIST_DIR}/HeaderManual.awk ${PROJECT_SOURCE_DIR}/include/QORFPApi.h
+    OUTPUT_FILE ${PAGE} RESULT_VARIABLE QORFP_STATUS)
+  if(NOT QORFP_STATUS EQUAL 0)
+    message(FATAL_ERROR "The manual page of the library cannot be made: ${QORFP_STATUS}")
+  endif()
+  set(PAGES ${PAGE})
+  file(STRINGS ${PAGE} CALLS REGEX "^[.]SS QORFP_")
+  foreach(CALL IN LISTS CALLS)
+    string(REPLACE ".SS " "" CALL ${CALL})
+    execute_process(COMMAND ${CMAKE_COMMAND} -E create_symlink
+      qorfp.3 ${PROJECT_BINARY_DIR}/man/${CALL}.3)
+    list(APPEND PAGES ${PROJECT_BINARY_DIR}/man/${CALL}.3)
+  endforeach()
+  install(FILES ${PAGES} DESTINATION ${CMAKE_INSTALL_MANDIR}/man3 COMPONENT development)
+endif()
+
 # Programs find the library in the tree they were installed with. Each has a manual page.
 file(RELATIVE_PATH QORFP_BIN_TO_LIB ${CMAKE_INSTALL_FULL_BINDIR} ${CMAKE_INSTALL_FULL_LIBDIR})
 function(qorfp_install_program TARGET PAGE)

@@ -6,9 +6,9 @@
 #   check_faults.sh [--exec-prefix COMMAND] VERSION PAGE COMPLETION PROGRAM
 set -uo pipefail
 here=$(dirname "$0")
-prefix=()
+run=()
 if [ "${1:-}" = --exec-prefix ]; then
-    prefix=("$1" "$2")
+    read -r -a run <<<"$2"
     shift 2
 fi
 version=$1 page=$2 completion=$3 program=$4
@@ -16,10 +16,22 @@ folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
 failed=0
 
+# The checks run the program often: a stand-in repeats what it printed.
+stand_in=$folder/$(basename "$program")
+"${run[@]}" "$program" --help >"$folder/--help" || exit 1
+mapfile -t commands < <(sed -n '/^\.SS [a-z\\-]*$/{s/^\.SS //; s/\\//g; p}' "$page")
+for command in "${commands[@]}"; do
+    "${run[@]}" "$program" "$command" --help >"$folder/$command" || exit 1
+done
+# shellcheck disable=SC2016
+printf '#!/bin/sh\nexec cat "%s/$1"\n' "$folder" >"$stand_in"
+chmod +x "$stand_in"
+mkdir "$folder/changed"
+
 # expect WANTED FILE FAULT CHECK [ARGUMENT...]: CHECK, given the changed file in place of "@".
 expect() {
     local wanted=$1 file=$2 fault=$3 output status changed
-    changed=$folder/$(basename "$file")
+    changed=$folder/changed/$(basename "$file")
     shift 3
     sed "$fault" "$file" >"$changed"
     if cmp -s "$file" "$changed"; then
@@ -34,10 +46,10 @@ expect() {
     fi
 }
 in_page() {
-    expect "$1" "$page" "$2" "$here/check_manual.sh" "${prefix[@]}" "$version" @ "$program"
+    expect "$1" "$page" "$2" "$here/check_manual.sh" "$version" @ "$stand_in"
 }
 in_completion() {
-    expect "$1" "$completion" "$2" "$here/check_completion.sh" "${prefix[@]}" @ "$program"
+    expect "$1" "$completion" "$2" "$here/check_completion.sh" @ "$stand_in"
 }
 
 in_page 'Picture pixels a finger pixel. 1 to 8, default 3' 's/1 to 8, default 3/1 to 8, default 2/'
