@@ -35,17 +35,17 @@ struct CalcDirAScratch {
     PixelRow stretched[kRowsOfBlock];  // ring: row y in row y % kRowsOfBlock
     GradientRow gradients;
     ProductRows products;
-    WindowSum xxWindow;
-    WindowSum yyWindow;
-    WindowSum xyWindow;
-    WindowSum strongWindow;
-    WindowSum reliableWindow;
+    WindowSum<int32_t> xxWindow;
+    WindowSum<int32_t> yyWindow;
+    WindowSum<int32_t> xyWindow;
+    WindowSum<int16_t> strongWindow;
+    WindowSum<int16_t> reliableWindow;
     WindowRow xxSums;
     WindowRow yySums;
     WindowRow xySums;
-    WindowRow strongSums;
+    CountRow strongCounts;
     WindowRow differenceSums;  // xxSums - yySums
-    WindowRow reliableSums;
+    CountRow reliableCounts;
     OrientationRow orientations[kReach + 1];  // ring: block row y in row y % (kReach + 1)
     ProductRow reliable;                      // 1 for a reliable block
     OrientationRow directions;
@@ -97,9 +97,7 @@ void FindProducts(const uint8_t* image, int32_t width, int32_t blockRow, int32_t
 // Deliberate: squares of strong windows wrap, and the quotient is taken of the wrapped values.
 struct Coherence {
     int32_t dividend;
-    int32_t divisor;  // |divisor| <= 2^17
-
-    int32_t Quotient() const { return divisor == -1 ? WrapSub32(0, dividend) : dividend / divisor; }
+    int32_t divisor;  // -2^17 .. 2^17 - 1
 };
 
 Coherence CoherenceOf(int32_t xxSum, int32_t yySum, int32_t xySum) {
@@ -111,29 +109,30 @@ Coherence CoherenceOf(int32_t xxSum, int32_t yySum, int32_t xySum) {
             ShiftRight(WrapMul32(energy, energy), 14)};
 }
 
-// Adds to the quality what a window of coherent gradients gives; false when they are not coherent.
-bool IsCoherent(int32_t xxSum, int32_t yySum, int32_t xySum, QualitySum* quality) {
-    const Coherence coherence = CoherenceOf(xxSum, yySum, xySum);
-    if (coherence.divisor > 0) {
-        // Nothing is divided where the quotient is beyond either limit, which is most often.
-        if (coherence.dividend < kMinCoherence * coherence.divisor) {
-            return false;
-        }
-        if (coherence.dividend >= Square(kHighestBlockQuality) * coherence.divisor) {
-            quality->total += kHighestBlockQuality;
-            ++quality->blocks;
-            return true;
-        }
-    } else if (coherence.divisor == 0) {
-        return true;  // unknown
+// What a window of coherent gradients gives to the quality: the root of the quotient, at most 100.
+// 0 where they are not coherent.
+int32_t QualityOf(Coherence coherence) {
+    if (coherence.divisor < 0) {
+        const int32_t quotient = coherence.divisor == -1 ? WrapSub32(0, coherence.dividend)
+                                                         : coherence.dividend / coherence.divisor;
+        return quotient < kMinCoherence ? 0 : Min(sqrtA(quotient), kHighestBlockQuality);
     }
-    const int32_t quotient = coherence.Quotient();
-    if (quotient < kMinCoherence) {
-        return false;
+    // Most windows are beyond either limit, and for the others nothing need be divided: a root
+    // reaches r when the dividend reaches r x r x divisor.
+    const auto reaches = [coherence](int32_t square) {
+        return coherence.dividend >= square * coherence.divisor;
+    };
+    if (!reaches(kMinCoherence)) {
+        return 0;
     }
-    quality->total += Min(sqrtA(quotient), kHighestBlockQuality);
-    ++quality->blocks;
-    return true;
+    if (reaches(Square(kHighestBlockQuality))) {
+        return kHighestBlockQuality;
+    }
+    int32_t root = 0;
+    for (int32_t bit = 64; bit > 0; bit /= 2) {
+        root += reaches(Square(root + bit)) ? bit : 0;  // 127 x 127 x 2^17 < 2^31
+    }
+    return root;
 }
 
 // The first pass over a row of blocks, the one on which the windows are centred: orientations, and
@@ -143,7 +142,7 @@ void FindDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scr
     scratch->xxWindow.SumAcross(blockColumns, &scratch->xxSums);
     scratch->yyWindow.SumAcross(blockColumns, &scratch->yySums);
     scratch->xyWindow.SumAcross(blockColumns, &scratch->xySums);
-    scratch->strongWindow.SumAcross(blockColumns, &scratch->strongSums);
+    scratch->strongWindow.SumAcross(blockColumns, &scratch->strongCounts);
     for (ptrdiff_t column = 0; column < blockColumns; column += 4) {
         StoreVector(LoadVector<I32x4>(scratch->xxSums + column) -
                         LoadVector<I32x4>(scratch->yySums + column),
@@ -152,9 +151,15 @@ void FindDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scr
     FindOrientations(scratch->differenceSums, scratch->xySums, blockColumns,
                      &scratch->orientations[blockRow % (kReach + 1)]);
     for (int32_t column = 0; column < blockColumns; ++column) {
-        const bool isCoherent = IsCoherent(scratch->xxSums[column], scratch->yySums[column],
-                                           scratch->xySums[column], quality);
-        const bool isReliable = isCoherent && scratch->strongSums[column] >= kMinStrongBlocks;
+        const Coherence coherence =
+            CoherenceOf(scratch->xxSums[column], scratch->yySums[column], scratch->xySums[column]);
+        bool isReliable = scratch->strongCounts[column] >= kMinStrongBlocks;
+        if (coherence.divisor != 0) {
+            const int32_t blockQuality = QualityOf(coherence);
+            quality->total += blockQuality;
+            quality->blocks += blockQuality > 0 ? 1 : 0;
+            isReliable = isReliable && blockQuality > 0;
+        }
         scratch->reliable[column] = isReliable ? 1 : 0;
     }
 }
@@ -163,11 +168,9 @@ void FindDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scr
 void WriteDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scratch,
                      uint8_t* mapRow) {
     const uint8_t* orientations = scratch->orientations[blockRow % (kReach + 1)];
-    scratch->reliableWindow.SumAcross(blockColumns, &scratch->reliableSums);
+    scratch->reliableWindow.SumAcross(blockColumns, &scratch->reliableCounts);
     const auto isBackground = [=](ptrdiff_t column) {
-        const int32_t* sums = scratch->reliableSums + column;
-        return Narrow(LoadVector<I32x4>(sums) < kMinReliableBlocks,
-                      LoadVector<I32x4>(sums + 4) < kMinReliableBlocks);
+        return LoadVector<I16x8>(scratch->reliableCounts + column) < kMinReliableBlocks;
     };
     for (ptrdiff_t column = 0; column < blockColumns; column += kVectorBytes) {
         const U8x16 flags =
@@ -206,10 +209,10 @@ void CalcDirA(uint8_t* buffer, int32_t width, int32_t height, int32_t* quality) 
         } else {
             memset(&scratch->products, 0, sizeof(scratch->products));
         }
-        scratch->xxWindow.Slide(entering, columns, scratch->products.xx);
-        scratch->yyWindow.Slide(entering, columns, scratch->products.yy);
-        scratch->xyWindow.Slide(entering, columns, scratch->products.xy);
-        scratch->strongWindow.Slide(entering, columns, scratch->products.strong);
+        scratch->xxWindow.Slide(columns, scratch->products.xx);
+        scratch->yyWindow.Slide(columns, scratch->products.yy);
+        scratch->xyWindow.Slide(columns, scratch->products.xy);
+        scratch->strongWindow.Slide(columns, scratch->products.strong);
         const int32_t firstPass = entering - kReach;
         if (firstPass < 0) {
             continue;
@@ -219,7 +222,7 @@ void CalcDirA(uint8_t* buffer, int32_t width, int32_t height, int32_t* quality) 
         } else {
             memset(scratch->reliable, 0, sizeof(scratch->reliable));
         }
-        scratch->reliableWindow.Slide(firstPass, columns, scratch->reliable);
+        scratch->reliableWindow.Slide(columns, scratch->reliable);
         const int32_t secondPass = firstPass - kReach;
         if (secondPass >= 0) {
             WriteDirections(secondPass, columns, scratch, map + secondPass * columns);

@@ -23,8 +23,8 @@ struct CalcDirBScratch {
     GradientRow gradients;
     ProductRow differences;
     ProductRow mixed;
-    WindowSum differenceWindow;
-    WindowSum mixedWindow;
+    WindowSum<int32_t> differenceWindow;
+    WindowSum<int32_t> mixedWindow;
     WindowRow differenceSums;
     WindowRow mixedSums;
     OrientationRow orientations;
@@ -137,8 +137,8 @@ void CalcDirB(uint8_t* buffer, int32_t width, int32_t height) {
             memset(scratch->differences, 0, sizeof(scratch->differences));
             memset(scratch->mixed, 0, sizeof(scratch->mixed));
         }
-        scratch->differenceWindow.Slide(entering, columns, scratch->differences);
-        scratch->mixedWindow.Slide(entering, columns, scratch->mixed);
+        scratch->differenceWindow.Slide(columns, scratch->differences);
+        scratch->mixedWindow.Slide(columns, scratch->mixed);
         if (entering < kReach) {
             continue;
         }

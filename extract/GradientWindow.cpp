@@ -7,39 +7,74 @@
 #include <stddef.h>
 #include <string.h>
 
+namespace {
+
 using namespace qorfp;
 
-void WindowSum::Clear(int32_t reach) {
+// Adds a change of eight columns to their sums.
+void AddTo(int32_t* sums, I16x8 change) {
+    StoreVector(LoadVector<I32x4>(sums) + WidenLow(change), sums);
+    StoreVector(LoadVector<I32x4>(sums + 4) + WidenHigh(change), sums + 4);
+}
+
+void AddTo(int16_t* sums, I16x8 change) {
+    StoreVector(LoadVector<I16x8>(sums) + change, sums);
+}
+
+// The vector of as many sums as it holds.
+template <class Sum>
+struct VectorOf;
+template <>
+struct VectorOf<int32_t> {
+    using Type = I32x4;
+};
+template <>
+struct VectorOf<int16_t> {
+    using Type = I16x8;
+};
+
+// from[0] + from[offset] + last[0], a vector of them.
+template <class Sum>
+typename VectorOf<Sum>::Type SumOfThree(const Sum* from, ptrdiff_t offset, const Sum* last) {
+    using Vector = typename VectorOf<Sum>::Type;
+    return LoadVector<Vector>(from) + LoadVector<Vector>(from + offset) + LoadVector<Vector>(last);
+}
+
+}  // namespace
+
+template <class Sum>
+void WindowSum<Sum>::Clear(int32_t reach) {
     memset(this, 0, sizeof(*this));
     reach_ = reach;
 }
 
-void WindowSum::Slide(int32_t row, int32_t blockColumns, const int16_t* entering) {
-    int16_t* ringRow = rows_[row % (2 * reach_ + 1)];
-    int32_t* columns = columns_ + reach_;
+template <class Sum>
+void WindowSum<Sum>::Slide(int32_t blockColumns, const ProductRow& entering) {
+    int16_t* ringRow = rows_[ringRow_];
+    ringRow_ = ringRow_ == 2 * reach_ ? 0 : ringRow_ + 1;
+    Sum* columns = columns_ + reach_;
     for (ptrdiff_t column = 0; column < blockColumns; column += 8) {
         const I16x8 values = LoadVector<I16x8>(entering + column);
         const I16x8 change = values - LoadVector<I16x8>(ringRow + column);
         StoreVector(values, ringRow + column);
-        int32_t* at = columns + column;
-        StoreVector(LoadVector<I32x4>(at) + WidenLow(change), at);
-        StoreVector(LoadVector<I32x4>(at + 4) + WidenHigh(change), at + 4);
+        AddTo(columns + column, change);
     }
 }
 
-void WindowSum::SumAcross(int32_t blockColumns, WindowRow* sums) const {
-    int32_t threes[kColumns];
-    for (ptrdiff_t column = 0; column < blockColumns + 2 * reach_ - 2; column += 4) {
-        const int32_t* at = columns_ + column;
-        StoreVector(LoadVector<I32x4>(at) + LoadVector<I32x4>(at + 1) + LoadVector<I32x4>(at + 2),
-                    threes + column);
+template <class Sum>
+void WindowSum<Sum>::SumAcross(int32_t blockColumns, Sum (*sums)[kPaddedColumns]) const {
+    constexpr ptrdiff_t kLanes = kVectorBytes / sizeof(Sum);
+    Sum threes[kColumns];
+    for (ptrdiff_t column = 0; column < blockColumns + 2 * reach_ - 2; column += kLanes) {
+        const Sum* at = columns_ + column;
+        StoreVector(SumOfThree(at, 1, at + 2), threes + column);
     }
     // Nine columns are three threes, seven are two and a single one.
-    const int32_t* last = reach_ == 4 ? threes : columns_;
-    for (ptrdiff_t column = 0; column < blockColumns; column += 4) {
-        const int32_t* at = threes + column;
-        StoreVector(LoadVector<I32x4>(at) + LoadVector<I32x4>(at + 3) +
-                        LoadVector<I32x4>(last + column + 6),
-                    *sums + column);
+    const Sum* last = reach_ == 4 ? threes : columns_;
+    for (ptrdiff_t column = 0; column < blockColumns; column += kLanes) {
+        StoreVector(SumOfThree(threes + column, 3, last + column + 6), *sums + column);
     }
 }
+
+template class qorfp::WindowSum<int32_t>;
+template class qorfp::WindowSum<int16_t>;

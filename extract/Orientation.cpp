@@ -95,7 +95,7 @@ void qorfp::FindOrientations(const WindowRow& differences, const WindowRow& mixe
         const I16x8 high = Narrow(LoadVector<I32x4>(at + 8), LoadVector<I32x4>(at + 12));
         StoreVector(Narrow(AsLanes<U16x8>(low), AsLanes<U16x8>(high)), out + column);
     }
-    if ((anyShort[0] | anyShort[1] | anyShort[2] | anyShort[3]) == 0) {
+    if (!HasAny(anyShort)) {
         return;
     }
     for (int32_t column = 0; column < blockColumns; ++column) {

@@ -218,6 +218,15 @@ inline U8x16 Greatest(U8x16 a, U8x16 b) {
     return a > b ? a : b;
 }
 
+/// True when a lane is not 0.
+template <class Vector>
+inline bool HasAny(Vector lanes) {
+    uint64_t halves[2];
+    static_assert(sizeof(lanes) == sizeof(halves), "one vector");
+    StoreVector(lanes, halves);
+    return (halves[0] | halves[1]) != 0;
+}
+
 /// The upper 16 bits of each product: (a x b) >> 16.
 inline U16x8 MultiplyHigh(U16x8 a, U16x8 b) {
 #if defined(__SSE2__)
@@ -272,6 +281,10 @@ inline U16x16 operator*(U16x16 a, U16x16 b) {
 
 inline U16x16 operator*(U16x16 lanes, uint16_t factor) {
     return {lanes.low * factor, lanes.high * factor};
+}
+
+inline U16x16 operator<<(U16x16 lanes, int32_t bits) {
+    return {lanes.low << bits, lanes.high << bits};
 }
 
 inline U16x16 operator>>(U16x16 lanes, int32_t bits) {

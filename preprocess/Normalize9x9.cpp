@@ -176,7 +176,7 @@ void FindRanges(int32_t width, const uint8_t* pixels, const uint8_t* means,
         const U8x16 down = Least(mean, deviation);
         const U8x16 range = down + Least(~mean, deviation);  // ~mean is 255 - mean
         const U8x16 low = mean - down;
-        const U8x16 inside = Least(Greatest(here, low), low + range) - low;
+        const U8x16 inside = Least(Greatest(here, low) - low, range);
         // A flat neighbourhood keeps its pixel: that is stretched from 0..255 to 0..255.
         const U8x16 isFlat = AsLanes<U8x16>(range == 0);
         StoreVector(range | isFlat, ranges + x);

@@ -87,43 +87,48 @@ TEST(FindGradients, EqualsTheRuleAtEveryLength) {
 
 // --- Window sums -------------------------------------------------------------------------------
 
+// Values of -limit..limit, and often the limits themselves.
+template <class Sum>
+void ExpectWindowSums(int32_t columns, int32_t reach, int32_t limit, testsupport::Random& random) {
+    SCOPED_TRACE(std::to_string(columns) + " columns, reach " + std::to_string(reach));
+    const int32_t mapRows = random.Between(1, 2 * reach + 5);
+    std::vector<qorfp::ProductRow> map(static_cast<size_t>(mapRows + reach));
+    for (int32_t row = 0; row < mapRows; ++row) {
+        for (int32_t column = 0; column < columns; ++column) {
+            const int32_t value =
+                random.OneIn(3) ? random.OneIn(2) ? limit : -limit : random.Between(-limit, limit);
+            map[static_cast<size_t>(row)][column] = static_cast<int16_t>(value);
+        }
+    }
+    auto window = std::make_unique<qorfp::WindowSum<Sum>>();
+    window->Clear(reach);
+    for (int32_t entering = 0; entering < mapRows + reach; ++entering) {
+        window->Slide(columns, map[static_cast<size_t>(entering)]);
+        if (entering < reach) {
+            continue;
+        }
+        Sum sums[qorfp::kPaddedColumns];
+        window->SumAcross(columns, &sums);
+        for (int32_t column = 0; column < columns; ++column) {
+            int32_t expected = 0;
+            for (int32_t y = std::max(0, entering - 2 * reach); y <= entering; ++y) {
+                for (int32_t x = std::max(0, column - reach);
+                     x <= std::min(columns - 1, column + reach); ++x) {
+                    expected += map[static_cast<size_t>(y)][x];
+                }
+            }
+            ASSERT_EQ(sums[column], expected)
+                << "row " << entering - reach << ", column " << column;
+        }
+    }
+}
+
 TEST(WindowSum, EqualsTheSumOfEachClippedWindow) {
     testsupport::Random random(testsupport::Seed() + 42);
-    auto window = std::make_unique<qorfp::WindowSum>();
     for (int32_t columns = 1; columns <= qorfp::kMaxBlockColumns; columns += 1 + columns / 20) {
         for (const int32_t reach : {3, 4}) {
-            SCOPED_TRACE(std::to_string(columns) + " columns, reach " + std::to_string(reach));
-            const int32_t mapRows = random.Between(1, 2 * reach + 5);
-            std::vector<std::array<int16_t, qorfp::kPaddedColumns>> map(
-                static_cast<size_t>(mapRows + reach));
-            for (int32_t row = 0; row < mapRows + reach; ++row) {
-                map[static_cast<size_t>(row)].fill(0);
-                for (int32_t column = 0; row < mapRows && column < columns; ++column) {
-                    map[static_cast<size_t>(row)][static_cast<size_t>(column)] =
-                        static_cast<int16_t>(random.OneIn(3) ? random.OneIn(2) ? 9216 : -9216
-                                                             : random.Between(-9216, 9216));
-                }
-            }
-            window->Clear(reach);
-            for (int32_t entering = 0; entering < mapRows + reach; ++entering) {
-                window->Slide(entering, columns, map[static_cast<size_t>(entering)].data());
-                if (entering < reach) {
-                    continue;
-                }
-                qorfp::WindowRow sums;
-                window->SumAcross(columns, &sums);
-                for (int32_t column = 0; column < columns; ++column) {
-                    int32_t expected = 0;
-                    for (int32_t y = std::max(0, entering - 2 * reach); y <= entering; ++y) {
-                        for (int32_t x = std::max(0, column - reach);
-                             x <= std::min(columns - 1, column + reach); ++x) {
-                            expected += map[static_cast<size_t>(y)][static_cast<size_t>(x)];
-                        }
-                    }
-                    ASSERT_EQ(sums[column], expected)
-                        << "row " << entering - reach << ", column " << column;
-                }
-            }
+            ExpectWindowSums<int32_t>(columns, reach, 9216, random);
+            ExpectWindowSums<int16_t>(columns, reach, 1, random);
         }
     }
 }

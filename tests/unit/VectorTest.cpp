@@ -113,6 +113,15 @@ TEST(Vector, ComparesBytesWithoutSign) {
                               255, 255, 128, 128, 1, 200, 10, 10}));
 }
 
+TEST(Vector, KnowsWhetherAnyLaneIsSet) {
+    EXPECT_FALSE(qorfp::HasAny(U8x16{}));
+    for (size_t lane = 0; lane < 16; ++lane) {
+        U8x16 bytes = {};
+        bytes[lane] = 1;
+        EXPECT_TRUE(qorfp::HasAny(bytes)) << lane;
+    }
+}
+
 TEST(Vector, MultipliesToTheUpperHalf) {
     const U16x8 a = {0, 1, 65535, 65535, 256, 257, 32768, 40000};
     const U16x8 b = {65535, 65535, 1, 65535, 256, 255, 2, 50000};
