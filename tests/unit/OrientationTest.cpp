@@ -567,6 +567,32 @@ TEST(CalcDirB, EqualsModelOnAnyImage) {
     }
 }
 
+// Images of black and white alone are smoothed in a way of their own; one grey pixel anywhere, even
+// the last one, and they are not such images.
+TEST(CalcDirB, EqualsModelOnBlackAndWhiteWithOneGreyPixel) {
+    const uint64_t seed = testsupport::Seed();
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    testsupport::Random random(seed + 35);
+    WorkBuffer buffer;
+    for (int32_t round = 0; round < 60; ++round) {
+        Grid image = testsupport::BinaryNoise(random.Between(5, 90), random.Between(5, 60), random,
+                                              random.Between(5, 95));
+        const bool isGrey = round % 3 != 0;
+        if (isGrey) {
+            const uint8_t greys[6] = {1, 2, 127, 128, 253, 254};
+            const size_t last = image.cells.size() - 1;
+            const size_t at = round % 3 == 1 ? last : last * static_cast<size_t>(round) / 60;
+            image.cells.at(at) = greys[round % 6];
+        }
+        SCOPED_TRACE(std::to_string(image.width) + " x " + std::to_string(image.height));
+        const Grid map = testsupport::RandomDirectionMap(BlocksAlong(image.width),
+                                                         BlocksAlong(image.height), random, true);
+        const Field field = RunCalcDirB(buffer, image, map);
+        ASSERT_EQ(FirstDifference(model::CalcDirB(image, map), field.map), "");
+        ASSERT_TRUE(buffer.GuardsIntact());
+    }
+}
+
 TEST(CalcDirB, EqualsModelOnBinarisedFingers) {
     const uint64_t seed = testsupport::Seed();
     SCOPED_TRACE(testsupport::SeedNote(seed));
