@@ -104,11 +104,14 @@ bool IsBinary(const uint8_t* image, int32_t pixels) {
 }
 
 template <class Smoothing>
-void SumRowAcross(const Covered& covered, int32_t y, SumRow& sums) {
-    const uint8_t* pixels = covered.Row(y);
-    ForEachVector(1, covered.EndOfSmoothed(), [pixels, &sums](ptrdiff_t x) {
-        Smoothing::Store(Smoothing::Across(pixels + x), sums, x);
-    });
+void SumFirstRows(const Covered& covered, CalcDirBScratch* scratch) {
+    for (int32_t y = 0; y < 2; ++y) {
+        const uint8_t* pixels = covered.Row(y);
+        SumRow& sums = scratch->sumsAcross[y];
+        ForEachVector(1, covered.EndOfSmoothed(), [pixels, &sums](ptrdiff_t x) {
+            Smoothing::Store(Smoothing::Across(pixels + x), sums, x);
+        });
+    }
 }
 
 // Smooths a row. The outermost rows and columns stay as they are: smoothing would look beyond the
@@ -117,10 +120,11 @@ template <class Smoothing>
 void SmoothRow(const Covered& covered, int32_t y, CalcDirBScratch* scratch) {
     const uint8_t* pixels = covered.Row(y);
     uint8_t* out = scratch->smoothed[y % kRowsOfBlock];
+    if (y == 0) {
+        SumFirstRows<Smoothing>(covered, scratch);
+    }
     if (y == 0 || y == covered.lastRow) {
         memcpy(out, pixels, static_cast<size_t>(covered.lastColumn) + 1);
-        SumRowAcross<Smoothing>(covered, 0, scratch->sumsAcross[0]);
-        SumRowAcross<Smoothing>(covered, 1, scratch->sumsAcross[1]);
         return;
     }
     const uint8_t* next = covered.Row(y + 1);
