@@ -34,6 +34,19 @@ Grid Palette(ByteReader& reader, Size size) {
     return image;
 }
 
+// Repeated beyond the largest size that there is of it.
+Grid DrawnFinger(Size size, testsupport::Random& random) {
+    const Grid finger =
+        testsupport::FingerImage(std::min(size.width, 256), std::min(size.height, 360), random);
+    Grid image(size.width, size.height);
+    for (int32_t y = 0; y < size.height; ++y) {
+        for (int32_t x = 0; x < size.width; ++x) {
+            image.At(x, y) = finger.At(x % finger.width, y % finger.height);
+        }
+    }
+    return image;
+}
+
 Grid Pattern(uint8_t kind, ByteReader& reader, Size size) {
     const int32_t width = size.width;
     const int32_t height = size.height;
@@ -70,7 +83,7 @@ Grid Pattern(uint8_t kind, ByteReader& reader, Size size) {
         }
         case 8: {
             testsupport::Random random(reader.Number16());
-            return testsupport::FingerImage(width, height, random);
+            return DrawnFinger(size, random);
         }
         default:
             return Palette(reader, size);
