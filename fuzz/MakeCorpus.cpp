@@ -140,7 +140,7 @@ void AddOthers(const Corpus& corpus, const model::Grid& finger) {
     corpus.Add("codec", "set", set);
     corpus.Add("sort", "bytes", {0, 5, 3, 9, 3, 255, 0, 128, 3});
     corpus.Add("sort", "runs", {2, 0, 200, 7, 1, 2, 90, 200, 3, 4, 60, 7, 0, 6, 250, 1, 5});
-    corpus.Add("sort", "medians", {3, 255, 0, 4, 100, 0, 2});
+    corpus.Add("sort", "medians", {251, 255, 0, 4, 100, 0, 2});
     const Bytes pixels = MiddleOf(finger);
     const std::string header = "P5 48 48 255\n";
     corpus.Add("cli_image", "pgm", Bytes{0} + Bytes(header.begin(), header.end()) + pixels);

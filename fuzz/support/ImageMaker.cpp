@@ -34,10 +34,12 @@ Grid Palette(ByteReader& reader, Size size) {
     return image;
 }
 
-// Repeated beyond the largest size that there is of it.
+// A drawing takes its time: larger images repeat it.
+constexpr int32_t kDrawnSide = 128;
+
 Grid DrawnFinger(Size size, testsupport::Random& random) {
-    const Grid finger =
-        testsupport::FingerImage(std::min(size.width, 256), std::min(size.height, 360), random);
+    const Grid finger = testsupport::FingerImage(std::min(size.width, kDrawnSide),
+                                                 std::min(size.height, kDrawnSide), random);
     Grid image(size.width, size.height);
     for (int32_t y = 0; y < size.height; ++y) {
         for (int32_t x = 0; x < size.width; ++x) {

@@ -13,7 +13,7 @@ namespace {
 
 using namespace fuzz;
 
-constexpr int32_t kMostPixels = 256 * 360;
+constexpr int32_t kMostPixels = 30000;
 
 Outcome Check(const std::vector<uint8_t>& image, uint32_t width, int32_t height, Fence fence) {
     Input pixels(image, fence);
