@@ -18,6 +18,8 @@
 namespace {
 
 using namespace fuzz;
+
+constexpr int32_t kMostTemplates = 6;
 using qorfp::cli::Bytes;
 using qorfp::cli::StoredState;
 using qorfp::cli::TemplateView;
@@ -147,10 +149,11 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     TemplateMaker maker;
+    int32_t count = 0;
     do {
         const TemplateBytes bytes = maker.Next(reader);
         CheckView(bytes);
         CheckJudgement(bytes);
-    } while (reader.Left() > 0);
+    } while (reader.Left() > 0 && ++count < kMostTemplates);
     return 0;
 }
