@@ -4,8 +4,8 @@
 # missing (as root or with sudo).
 #
 #   scripts/test.sh          one configuration: the system's compiler, optimised
-#   scripts/test.sh --all    GCC and clang, each at -O0 and -O3, clang with AddressSanitizer and
-#                            UBSan, and 32-bit ARM in an emulator; before them the Debian packages of
+#   scripts/test.sh --all    GCC and clang, each at -O0 (the library only) and -O3, clang with
+#                            AddressSanitizer and UBSan, and 32-bit ARM in an emulator; before them the Debian packages of
 #                            this machine, and the library twice, which must give the same bytes;
 #                            stops at the first that fails
 #
