@@ -301,6 +301,13 @@ inline U16x16 MultiplyHigh(U16x16 lanes, uint16_t factor) {
             MultiplyHigh(lanes.high, EveryLane(factor))};
 }
 
+#if defined(__SSE2__)
+// Without optimisation GCC has macros in place of these functions, with an implicit conversion of the
+// inserted number.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wsign-conversion"
+#endif
+
 /// The table's entries at eight indices.
 inline U16x8 LookUpEight(const uint16_t* table, const uint8_t* at) {
 #if defined(__SSE2__)
@@ -347,6 +354,10 @@ inline U8x16 LoadPairs(const uint8_t* from, const uint8_t* at) {
         U16x8{pair(0), pair(1), pair(2), pair(3), pair(4), pair(5), pair(6), pair(7)});
 #endif
 }
+
+#if defined(__SSE2__)
+#pragma GCC diagnostic pop
+#endif
 
 /// Calls work(x) for the bytes x .. x + 15, from left to right, until begin .. end - 1, at least 16,
 /// are covered. Unless their number is a multiple of 16 the first two vectors overlap: what work
