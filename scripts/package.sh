@@ -25,7 +25,10 @@ cd "$(dirname "$0")/.."
 umask 022
 export LC_ALL=C
 
-native=$(dpkg --print-architecture)
+native=$(dpkg --print-architecture) || {
+    echo "package: Debian packages are made on Debian (dpkg is missing)" >&2
+    exit 1
+}
 machine=$native
 check=''
 chroot=''

@@ -32,7 +32,7 @@ unset CMAKE_C_COMPILER_LAUNCHER CMAKE_CXX_COMPILER_LAUNCHER
 
 folder=$PWD/build/reproducible
 first=$folder/first
-second="$folder/a second place/of another depth"
+second=$folder/second/of-another-depth
 rm -rf "$folder"
 
 # copy_sources FOLDER: the files of the repository as they are now, or all but build/ in a tarball.

@@ -11,8 +11,9 @@
 #
 #   check_manual.sh [--exec-prefix COMMAND] VERSION PAGE PROGRAM
 #
-# VERSION must stand in the first line. Where man is installed, it must format the page without a
-# warning. Fonts in the page are written \fB...\fR, so that a line without them reads as it is printed.
+# VERSION must stand in the first line. Where man or mandoc is installed, it must find nothing
+# to warn of. Fonts in the page are written \fB...\fR, so that a line without them reads as it is
+# printed.
 # Exit status: 0 they agree, 1 they do not, 2 wrong use.
 set -uo pipefail
 export LC_ALL=C
@@ -154,6 +155,11 @@ if command -v man >/dev/null; then
     warnings=$(LC_ALL=C.UTF-8 MANROFFSEQ='' MANWIDTH=80 \
         man --warnings -E UTF-8 -l -Tutf8 -Z "$page" 2>&1 >/dev/null)
     [ -z "$warnings" ] || report "man" "$warnings"
+fi
+
+if command -v mandoc >/dev/null; then
+    warnings=$(mandoc -T lint -W warning "$page")
+    [ -z "$warnings" ] || report "mandoc" "$warnings"
 fi
 
 if [ "$failures" -ne 0 ]; then
