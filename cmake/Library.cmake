@@ -28,6 +28,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/extract/FPTable.cpp
   ${PROJECT_SOURCE_DIR}/extract/GradientWindow.cpp
   ${PROJECT_SOURCE_DIR}/extract/HistMap.cpp
+  ${PROJECT_SOURCE_DIR}/extract/LineFilter.cpp
   ${PROJECT_SOURCE_DIR}/extract/LineFilterTable.cpp
   ${PROJECT_SOURCE_DIR}/extract/Maths.cpp
   ${PROJECT_SOURCE_DIR}/extract/MinutiaeAssembly.cpp
@@ -89,6 +90,11 @@ target_compile_options(qorfp_objects PRIVATE
   # Stage after stage lays other records out in the same bytes.
   -fno-strict-aliasing
   -fno-exceptions -fno-rtti -fno-threadsafe-statics -ffunction-sections -fdata-sections)
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # GCC would add up in another order, with more vectors at a time than there are registers.
+  set_source_files_properties(${PROJECT_SOURCE_DIR}/extract/LineFilter.cpp
+    PROPERTIES COMPILE_OPTIONS -fno-tree-reassoc)
+endif()
 target_include_directories(qorfp_objects PUBLIC ${PROJECT_SOURCE_DIR})
 target_link_libraries(qorfp_objects PRIVATE qorfp_warnings)
 if(QORFP_BUDGET)

@@ -6,6 +6,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BinaryImage.h"
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
 #include "extract/Vector.h"
@@ -32,14 +33,6 @@ struct PlainScratch {
 static_assert(FitsEveryImage(sizeof(PlainScratch)), "fits behind every accepted image");
 
 // --- Binary images -------------------------------------------------------------------------------
-
-// Whether all pixels, at least 16, are 0 or 255.
-bool IsBinary(const uint8_t* pixels, int32_t count) {
-    U8x16 others = {};  // 0 or 1 as long as there is none but 0 and 255
-    ForEachVector(0, count,
-                  [&](ptrdiff_t i) { others |= LoadVector<U8x16>(pixels + i) + uint8_t{1}; });
-    return IsZero(others & uint8_t{0xFE});
-}
 
 void CountColumns(const uint8_t* row, int32_t width, uint8_t* columns) {
     ForEachVector(0, width, [&](ptrdiff_t x) {
@@ -110,7 +103,7 @@ void RemoveNoise(uint8_t* buffer, int32_t width, int32_t height) {
         return;
     }
     uint8_t* scratch = buffer + layout.periodMap;
-    if (height > 2 && width >= kVectorBytes && IsBinary(buffer, width * height)) {
+    if (height > 2 && IsBinary(buffer, width, height)) {
         RemoveBinary(buffer, width, height, WorkAt<BinaryScratch>(scratch));
     } else {
         RemoveAny(buffer, width, height, WorkAt<PlainScratch>(scratch));

@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// The oriented line filter of ridge smoothing, for all 16 pixels of a block at once.
+//
+// The source is kept as quad rows: four image rows, column by column. A 4 x 4 tile of the image is
+// then 16 bytes in one piece, wherever it lies:
+//
+//      row top      a e i m ..
+//      row top + 1  b f j n ..      quad row top:  a b c d e f g h i j k l m n o p ..
+//      row top + 2  c g k o ..
+//      row top + 3  d h l p ..
+#pragma once
+
+#include <stdint.h>
+
+#include "extract/ExtractLayout.h"
+#include "extract/Vector.h"
+
+namespace qorfp {
+
+/// Bytes of a tile: a vector.
+constexpr int32_t kTileBytes = kBlockSide * kBlockSide;
+static_assert(kTileBytes == kVectorBytes, "a tile is a vector");
+
+/// No sample of a line lies further off, in rows or in columns.
+constexpr int32_t kLineReach = 5;
+
+/// Room for the samples to the left of column 0 and to the right of the last one.
+constexpr int32_t kQuadColumns = kLineReach + kMaxStageWidth + kLineReach;
+constexpr int32_t kQuadBytes = kBlockSide * kQuadColumns;
+
+constexpr int32_t kMostPairs = 7;
+
+/// Two samples, on either side of the centre: offsets from tile to tile, in bytes.
+struct SamplePair {
+    int32_t ahead;
+    int32_t behind;
+    uint16_t weights[kVectorBytes / 2];
+};
+
+/// The line of one orientation. The pairs behind the last one have no weight.
+struct SampleLine {
+    uint16_t centreWeights[kVectorBytes / 2];
+    SamplePair pairs[kMostPairs];
+};
+
+/// A line for each value of the orientation's bits. Those from 120 on, which only a damaged map has,
+/// leave a pixel as it is.
+struct SampleLines {
+    SampleLine of[kOrientationMask + 1];
+};
+
+/// @param isBinary weights for SmoothBinaryInside, else for SmoothInside: as bytes, or as 16-bit
+///        numbers
+void MakeSampleLines(bool isBinary, SampleLines* lines);
+
+/// Smooths `blocks` blocks side by side of which every sample is taken as it lies in memory.
+/// @param map their orientations
+/// @param tile the first one's tile in the quad rows
+/// @param out the smoothed tiles
+void SmoothInside(const SampleLines& lines, const uint8_t* map, int32_t blocks, const uint8_t* tile,
+                  uint8_t* out);
+
+/// The same of a binary image.
+void SmoothBinaryInside(const SampleLines& lines, const uint8_t* map, int32_t blocks,
+                        const uint8_t* tile, uint8_t* out);
+
+/// Smooths a block whose samples outside the image do not count; of any image.
+/// @param inside what `tile` is to the quad rows, in rows of 255 for each pixel of the image and 0
+///        outside
+void SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const uint8_t* inside,
+                    uint8_t* out);
+
+}  // namespace qorfp
