@@ -31,6 +31,10 @@ codename=$(. /etc/os-release && echo "${VERSION_CODENAME:-}")
 mirror=$(apt-get update --print-uris 2>/dev/null |
     sed -n "s,^'\(.*\)/dists/$codename/InRelease'.*,\1,p" | head -n 1)
 keyring=/usr/share/keyrings/debian-archive-keyring.gpg
+if [ -n "$(ls -A "$folder" 2>/dev/null)" ] && [ ! -d "$folder/apt" ]; then
+    echo "cross-libraries: $folder holds something else" >&2
+    exit 1
+fi
 rm -rf "$folder"
 mkdir -p "$folder"/{apt,lists/partial,archives/partial,dpkg/info,root}
 echo "deb [signed-by=$keyring] ${mirror:-http://deb.debian.org/debian} $codename main" \

@@ -39,7 +39,7 @@ count_packages=("${bench_packages[@]}" g++-arm-linux-gnueabihf qemu-user valgrin
 performance_packages=("${count_packages[@]}" gnuplot-nox)
 
 # Debian packages of the product, and looking at them.
-package_packages=(dpkg-dev gzip)
+package_packages=(dpkg-dev git gzip)
 package_check_packages=(lintian man-db qemu-user)
 
 # install_packages LOG PACKAGE...: installs those that are missing and says which. Needs root or

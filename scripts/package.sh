@@ -68,8 +68,11 @@ triplet=$(dpkg-architecture -a "$machine" -q DEB_HOST_MULTIARCH 2>/dev/null)
 options=(-G Ninja -DCMAKE_BUILD_TYPE=Release
     -DCMAKE_INSTALL_PREFIX=/usr -DCMAKE_INSTALL_LIBDIR="lib/$triplet" -DCMAKE_SKIP_INSTALL_RPATH=ON
     -DQORFP_BUILD_EXAMPLES=OFF -DQORFP_PACKAGES=ON -DQORFP_PACKAGE_ARCHITECTURE="$machine")
-[ -z "${DEBEMAIL:-}" ] ||
+if [ -n "${DEBEMAIL:-}" ]; then
     options+=(-DQORFP_PACKAGE_MAINTAINER="${DEBFULLNAME:-$DEBEMAIL} <$DEBEMAIL>")
+else
+    options+=(-U QORFP_PACKAGE_MAINTAINER)  # which an earlier run may have left in the cache
+fi
 if [ "$machine" != "$native" ]; then
     echo "Libraries of $machine"
     run_logged scripts/cross-libraries.sh "$machine" "build/cross/$machine"

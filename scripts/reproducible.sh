@@ -8,7 +8,7 @@
 #   scripts/reproducible.sh [MACHINE] [--library]
 #
 #   MACHINE     as for scripts/package.sh
-#   --library   the library only, for this machine: needs compiler and CMake, no other package
+#   --library   the library only, for this machine: needs compilers, CMake and make, no other package
 set -euo pipefail
 cd "$(dirname "$0")/.."
 # shellcheck source=scripts/source-date.sh
@@ -38,8 +38,8 @@ rm -rf "$folder"
 # copy_sources FOLDER: the files of the repository as they are now, or all but build/ in a tarball.
 copy_sources() {
     mkdir -p "$1"
-    if [ -e .git ]; then
-        git ls-files -z | tar --null --files-from=- -cf - | tar -xf - --touch -C "$1"
+    if source_git rev-parse --git-dir >/dev/null 2>&1; then
+        source_git ls-files -z | tar --null --files-from=- -cf - | tar -xf - --touch -C "$1"
     else
         tar --exclude=./build -cf - . | tar -xf - --touch -C "$1"
     fi

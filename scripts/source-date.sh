@@ -2,22 +2,17 @@
 # shellcheck shell=bash
 # The date that reproducible files carry. Sourced by other scripts, in the root of the sources.
 
+# source_git ARGUMENT...: git in this folder, whoever owns it: builds run as root in checkouts of others.
+source_git() {
+    git -c safe.directory="$PWD" "$@"
+}
+
 # set_source_date: exports SOURCE_DATE_EPOCH unless it is set: the date of the last commit, or, where
-# there is no repository (a tarball), the date of the newest release in CHANGELOG.md.
+# there is no repository (an unpacked archive, whose files carry that date), of the newest file.
 set_source_date() {
-    local date
     if [ -z "${SOURCE_DATE_EPOCH:-}" ]; then
-        if [ -e .git ]; then
-            SOURCE_DATE_EPOCH=$(git log -1 --format=%ct)
-        else
-            date=$(sed -nE '/^## /{s/^## [0-9.]+ \(([0-9]{4}-[0-9]{2}-[0-9]{2})\)$/\1/p; q}' CHANGELOG.md)
-            if [ -z "$date" ]; then
-                echo "The date of the sources is not known: there is no repository, and CHANGELOG.md" \
-                    "gives its newest release no date. Set SOURCE_DATE_EPOCH." >&2
-                return 1
-            fi
-            SOURCE_DATE_EPOCH=$(date -u -d "$date" +%s)
-        fi
+        SOURCE_DATE_EPOCH=$(source_git log -1 --format=%ct 2>/dev/null) ||
+            SOURCE_DATE_EPOCH=$(find . -path ./build -prune -o -type f -printf '%Ts\n' | sort -n | tail -n 1)
     fi
     export SOURCE_DATE_EPOCH
 }

@@ -24,7 +24,7 @@ static struct {
     int calls;
 
     char failure[3 * kTextBytes];  // empty: none yet
-} report;
+} report = {.call = "start"};
 
 // The library's lines go into a pipe that never blocks: a flood of them ends in the pipe's full
 // buffer, and is a difference already.
