@@ -44,7 +44,7 @@ run() {
     local target=$1
     rm -rf "$folder/findings/$target"
     mkdir -p "$folder/findings/$target" "$folder/corpus/$target"
-    "$folder/fuzz/fuzz_$target" -max_total_time=$((60 * minutes)) -timeout=30 -report_slow_units=30 \
+    "$folder/fuzz/fuzz_$target" -max_total_time=$((60 * minutes)) -timeout=30 -report_slow_units=60 \
         -rss_limit_mb=2048 -len_control=0 -print_final_stats=1 \
         -artifact_prefix="$folder/findings/$target/" \
         "$folder/corpus/$target" "fuzz/corpus/$target" >"$folder/findings/$target.log" 2>&1 || true
