@@ -6,7 +6,7 @@
 #include <memory>
 
 #include "engine/FPEngine.h"
-#include "tests/support/WorkBuffer.h"
+#include "tests/support/GuardedBuffer.h"
 #include "tests/threads/Captures.h"
 #include "tests/threads/Work.h"
 
