@@ -19,12 +19,14 @@ build_packages=(
 # Tests in one configuration; the measuring programs are among what is tested.
 test_packages=("${build_packages[@]}" abigail-tools libbenchmark-dev libgtest-dev make python3)
 
-# Tests for another machine: the sources of GoogleTest and an emulator, and the compilers.
-cross_test_packages=("${test_packages[@]}" googletest qemu-user)
-armhf_packages=(g++-arm-linux-gnueabihf)
+# Tests for another machine or C library: the sources of GoogleTest, emulator and compiler.
+armhf_packages=("${test_packages[@]}" googletest qemu-user g++-arm-linux-gnueabihf)
+arm64_packages=("${test_packages[@]}" googletest qemu-user g++-aarch64-linux-gnu)
+s390x_packages=("${test_packages[@]}" googletest qemu-user g++-s390x-linux-gnu)
+musl_packages=("${test_packages[@]}" googletest musl-tools)
 
 # Tests in all configurations: clang, and its sanitizers' run-time library; 32-bit ARM.
-all_test_packages=("${cross_test_packages[@]}" "${armhf_packages[@]}" clang libclang-rt-14-dev)
+all_test_packages=("${armhf_packages[@]}" clang libclang-rt-14-dev)
 
 # Fuzzing, also the command line's readers of files.
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-14-dev)

@@ -5,9 +5,9 @@
 #
 #   scripts/test.sh          one configuration: the system's compiler, optimised
 #   scripts/test.sh --all    GCC and clang, each at -O0 (the library only) and -O3, clang with
-#                            AddressSanitizer and UBSan, and 32-bit ARM in an emulator; before them the Debian packages of
-#                            this machine, and the library twice, which must give the same bytes;
-#                            stops at the first that fails
+#                            AddressSanitizer and UBSan, and 32-bit ARM in an emulator; before them
+#                            the Debian packages of this machine, and the library twice, which must
+#                            give the same bytes; stops at the first that fails
 #
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail
