@@ -47,6 +47,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/match/Alignment.cpp
   ${PROJECT_SOURCE_DIR}/match/Bars.cpp
   ${PROJECT_SOURCE_DIR}/match/Correspondence.cpp
+  ${PROJECT_SOURCE_DIR}/match/CrowdedLists.cpp
   ${PROJECT_SOURCE_DIR}/match/Fusion.cpp
   ${PROJECT_SOURCE_DIR}/match/FusionGeometry.cpp
   ${PROJECT_SOURCE_DIR}/match/Improve.cpp

@@ -147,6 +147,21 @@ inline U16x8 InterleaveHigh(U16x8 first, U16x8 second) {
         QORFP_PICK_LANES(a, b, 8, 9, 24, 25, 10, 11, 26, 27, 12, 13, 28, 29, 14, 15, 30, 31));
 }
 
+/// The first, or the last, halves of both.
+inline U16x8 JoinLow(U16x8 first, U16x8 second) {
+    const U8x16 a = AsLanes<U8x16>(first);
+    const U8x16 b = AsLanes<U8x16>(second);
+    return AsLanes<U16x8>(
+        QORFP_PICK_LANES(a, b, 0, 1, 2, 3, 4, 5, 6, 7, 16, 17, 18, 19, 20, 21, 22, 23));
+}
+
+inline U16x8 JoinHigh(U16x8 first, U16x8 second) {
+    const U8x16 a = AsLanes<U8x16>(first);
+    const U8x16 b = AsLanes<U8x16>(second);
+    return AsLanes<U16x8>(
+        QORFP_PICK_LANES(a, b, 8, 9, 10, 11, 12, 13, 14, 15, 24, 25, 26, 27, 28, 29, 30, 31));
+}
+
 /// Bytes 0, 2, .. 14 as 16-bit numbers.
 inline U16x8 EvenBytes(U8x16 bytes) {
     const U16x8 pairs = AsLanes<U16x8>(bytes);

@@ -163,12 +163,12 @@ int32_t EstimateMoveVector(int32_t* histogram, int32_t lowBin, int32_t highBin) 
         windowSum = WrapAdd32(windowSum, votes[i]);
     }
     int32_t best = low;
+    int32_t bestSum = INT32_MIN;
     for (int32_t i = low; i <= high; ++i) {
         windowSum = WrapAdd32(windowSum, votes[i + kMoveReach]);
         histogram[i] = windowSum;
-        if (windowSum > histogram[best]) {
-            best = i;
-        }
+        best = windowSum > bestSum ? i : best;
+        bestSum = Max(windowSum, bestSum);
         windowSum = WrapSub32(windowSum, votes[i - kMoveReach]);
     }
     return best - kShiftZeroBin;

@@ -104,8 +104,8 @@ int32_t GenerateBars(const MinutiaSet& set, NeighbourBits* neighbours, Bar* bars
 // Counting sort by length, equal lengths in reverse order of generation; each bar is followed by
 // its reverse.
 void OrderByLength(MatchContext* context, int32_t count, Bar* bars) {
-    uint8_t* histogram = context->lengthHistogram;
-    memset(histogram, 0, sizeof(context->lengthHistogram));
+    uint8_t* histogram = context->lengthPositions;
+    memset(histogram, 0, sizeof(context->lengthPositions));
     int32_t shortest = kMaxBarLength;
     int32_t longest = 0;
     for (int32_t i = 0; i < count; ++i) {

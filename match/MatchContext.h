@@ -23,9 +23,13 @@ constexpr int32_t kSectorLists = kSectors * kSectors;
 constexpr int32_t kListsPerBar = 4;
 constexpr int32_t kSectorEntries = kListsPerBar * kMaxReferenceBars;
 constexpr int32_t kLengthBins = kMaxBarLength + 1;
+constexpr int32_t kLengthTolerance = 12;  ///< pixels by which corresponding bars may differ
+constexpr int32_t kMarkedPairs = 16;
+constexpr int32_t kListMarks = (UINT8_MAX + kMarkedPairs - 1) / kMarkedPairs + 1;  ///< for any byte
 constexpr int32_t kShiftBins = 512;  ///< bin 256 is a shift of 0
 constexpr int32_t kShiftZeroBin = 256;
-constexpr int32_t kSectorBarLanes = 8;  ///< sector bars that are compared at once
+constexpr int32_t kComparedBars = 8;  ///< sector bars that are compared at once
+constexpr int32_t kBatchSize = 64;    ///< comparisons that are kept at once
 constexpr int32_t kMaxMatchPairs = 120;
 
 }  // namespace qorfp
@@ -48,13 +52,25 @@ struct BarPair {
     int32_t weight;
 };
 
-/// The bars of the sector lists, entry by entry, word by word (SectorBar.h). What vectors read behind
-/// a list is not used.
-struct SectorBars {
-    uint16_t lengthAndAngle[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
-    uint16_t angleAndTypes[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
-    uint16_t firstAttributes[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
-    uint16_t secondAttributes[qorfp::kSectorEntries + qorfp::kSectorBarLanes - 1];
+/// A comparison of a probe bar with the eight bars from an entry of the sector lists on.
+struct Comparison {
+    int16_t probeBar;
+    int16_t entry;
+    uint32_t lanes;  ///< bits of the bars that are in question
+};
+
+/// Scratch of FindCorrespondences.
+struct CorrespondenceWork {
+    uint64_t probeBars[qorfp::kMaxProbeBars];     ///< by PackBar
+    int16_t listBegin[qorfp::kMaxProbeBars + 1];  ///< of each probe bar's list
+    int16_t listEnd[qorfp::kMaxProbeBars];
+    Comparison compared[qorfp::kBatchSize + 1];
+    uint64_t distances[qorfp::kBatchSize][qorfp::kComparedBars];
+    uint16_t weights[qorfp::kBatchSize][qorfp::kComparedBars];
+    uint16_t crowdWeights[qorfp::kSectorEntries + qorfp::kComparedBars - 1];  ///< best, by entry
+    uint16_t crowdPartners[qorfp::kSectorEntries + qorfp::kComparedBars - 1];
+    uint32_t probeBest[qorfp::kMaxProbeBars];  ///< by BestOf
+    uint32_t referenceBest[qorfp::kMaxReferenceBars];
 };
 
 /// The outcome of an alignment; also the pair record of fusion.
@@ -95,16 +111,21 @@ struct MatchContext {
     int16_t accepted[qorfp::kMaxProbeBars];  ///< indices into pairs
     int32_t acceptedCount;
 
-    SectorBars sectorBars;  ///< of the reference side; holds no index
+    // Reference side: more of it, which holds no index that is trusted.
+    /// The bars of sectorEntries by PackBar, entry by entry. Of what is read behind a list nothing is
+    /// used.
+    uint64_t sectorBars[qorfp::kSectorEntries + qorfp::kComparedBars - 1];
+    uint8_t shorterPairs[qorfp::kMaxBarLength + qorfp::kLengthTolerance + 2];  ///< than each length
+    /// Where, in each list, the entries of every kMarkedPairs-th pair and those behind it begin.
+    int16_t listMarks[qorfp::kListMarks][qorfp::kSectorLists];
 
     // Scratch.
-    uint32_t probeBest[qorfp::kMaxProbeBars];  ///< best weight and partner in one number
-    uint32_t referenceBest[qorfp::kMaxReferenceBars];
+    CorrespondenceWork correspondence;
     int32_t angleHistogram[240];
     int32_t xShiftHistogram[2 * qorfp::kShiftBins];  ///< bins, then working room
     int32_t yShiftHistogram[2 * qorfp::kShiftBins];
     qorfp::NeighbourWork neighbourWork;
-    uint8_t lengthHistogram[qorfp::kLengthBins];  ///< of at most 200 pairs
+    uint8_t lengthPositions[qorfp::kLengthBins];  ///< where each length begins, in pairs
     Bar unsortedBars[qorfp::kMaxBarPairs];
 };
 

@@ -80,7 +80,10 @@ class ListFiller {
         memcpy(next_, context->sectorStart, sizeof(next_));
     }
 
-    void Enter(int32_t index, const SectorBar& bar, int32_t first, int32_t second) {
+    // Marks where the entries of the bars from here on begin.
+    void Mark(int32_t mark) { memcpy(context_->listMarks[mark], next_, sizeof(next_)); }
+
+    void Enter(int32_t index, uint64_t bar, int32_t first, int32_t second) {
         const int32_t low = first * kSectors;
         const int32_t high = Next(first) * kSectors;
         Append(index, bar, low + second);
@@ -90,19 +93,27 @@ class ListFiller {
     }
 
   private:
-    void Append(int32_t index, const SectorBar& bar, int32_t list) {
+    void Append(int32_t index, uint64_t bar, int32_t list) {
         const int32_t position = next_[list];
         ++next_[list];
         context_->sectorEntries[position] = static_cast<int16_t>(index);
-        context_->sectorBars.lengthAndAngle[position] = bar.lengthAndAngle;
-        context_->sectorBars.angleAndTypes[position] = bar.angleAndTypes;
-        context_->sectorBars.firstAttributes[position] = bar.firstAttributes;
-        context_->sectorBars.secondAttributes[position] = bar.secondAttributes;
+        context_->sectorBars[position] = bar;
     }
 
     MatchContext* context_;
     int16_t next_[kSectorLists];  // where the next entry of each list goes
 };
+
+// Counts the pairs below each length: MakeBar has left that for the lengths that occur.
+void CountShorterPairs(MatchContext* context) {
+    const int32_t pairs = context->referenceBarCount / 2;
+    const size_t shortest = static_cast<size_t>(context->referenceBars[0].length);
+    const size_t longest = static_cast<size_t>(context->referenceBars[2 * pairs - 2].length);
+    uint8_t* const counts = context->shorterPairs;
+    memset(counts, 0, shortest);
+    memcpy(counts + shortest, context->lengthPositions + shortest, longest + 1 - shortest);
+    memset(counts + longest + 1, pairs, sizeof(context->shorterPairs) - longest - 1);
+}
 
 void BuildSectorIndex(MatchContext* context) {
     PairSectors sectors;
@@ -112,13 +123,18 @@ void BuildSectorIndex(MatchContext* context) {
     EndFeatures features;
     CollectFeatures(context->reference, &features);
     ListFiller filler(context);
-    for (int32_t pair = 0; 2 * pair < context->referenceBarCount; ++pair) {
+    const int32_t pairs = context->referenceBarCount / 2;
+    for (int32_t pair = 0; pair < pairs; ++pair) {
+        if (pair % kMarkedPairs == 0) {
+            filler.Mark(pair / kMarkedPairs);
+        }
         const Bar* const bar = &context->referenceBars[2 * pair];
         const int32_t first = sectors.first[pair];
         const int32_t second = sectors.second[pair];
-        filler.Enter(2 * pair, SectorBarOf(bar[0], features), first, second);
-        filler.Enter(2 * pair + 1, SectorBarOf(bar[1], features), second, first);
+        filler.Enter(2 * pair, PackBar(bar[0], features), first, second);
+        filler.Enter(2 * pair + 1, PackBar(bar[1], features), second, first);
     }
+    filler.Mark((pairs + kMarkedPairs - 1) / kMarkedPairs);
 }
 
 }  // namespace
@@ -135,6 +151,7 @@ int32_t MakeFirstInfo(MatchContext* context) {
     if (context->referenceBarCount == 0) {
         return 0;
     }
+    CountShorterPairs(context);
     BuildSectorIndex(context);
     return 1;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// All that the correspondence of two bars depends on, as bytes in four words: eight bars are four
-// vectors, and are compared without a look at their minutiae.
+// All that the correspondence of two bars depends on, in eight bytes: two bars are a vector, and are
+// compared without a look at their minutiae.
 #pragma once
 
 #include <stdint.h>
@@ -11,31 +11,33 @@
 
 namespace qorfp {
 
-/// The words of a bar, of the distances of two, or of limits of these.
-struct SectorBar {
-    uint16_t lengthAndAngle;    ///< low byte: length, high byte: first angle
-    uint16_t angleAndTypes;     ///< second angle, types of both ends
-    uint16_t firstAttributes;   ///< disorder, ridge density
-    uint16_t secondAttributes;  ///< disorder, ridge density
-};
-
-/// A word of two bytes. By arithmetic, so that a byte lies in the same place in all bars.
-constexpr uint16_t TwoBytes(uint32_t low, uint32_t high) {
-    return static_cast<uint16_t>(low | high << 8);
+/// A bar, the distances of two, or limits of these: from the lowest byte, length, first and second
+/// angle, types, disorder and ridge density of the first minutia, and of the second.
+constexpr uint64_t PackBar(uint32_t length, uint32_t angleFirst, uint32_t angleSecond,
+                           uint32_t types, uint32_t firstAttributes, uint32_t secondAttributes) {
+    const uint32_t shape = length | angleFirst << 8 | angleSecond << 16 | types << 24;
+    const uint32_t attributes = firstAttributes | secondAttributes << 16;
+    return shape | static_cast<uint64_t>(attributes) << 32;
 }
 
-/// What minutiae contribute to the bars that end at them.
+/// Disorder and ridge density of a minutia, a byte each.
+constexpr uint32_t PackAttributes(uint32_t disorder, uint32_t density) {
+    return disorder | density << 8;
+}
+
+/// What minutiae contribute to the bars that end at them: packed attributes, and above them bit 16
+/// for a bifurcation.
 struct EndFeatures {
-    uint16_t attributes[kMaxMinutiae];  ///< disorder, ridge density
-    uint8_t types[kMaxMinutiae];        ///< 0 or 1
+    uint32_t ofMinutia[kMaxMinutiae];
 };
 
 inline void CollectFeatures(const MinutiaSet& set, EndFeatures* features) {
     for (int32_t i = 0; i < set.count; ++i) {
-        const uint32_t attributes = set.minutiae[i].attributes;
-        features->attributes[i] = TwoBytes(static_cast<uint32_t>(DisorderOf(attributes)),
-                                           static_cast<uint32_t>(RidgeDensityOf(attributes)));
-        features->types[i] = set.minutiae[i].type == kBifurcation ? 1 : 0;
+        const Minutia& minutia = set.minutiae[i];
+        const uint32_t type = minutia.type == kBifurcation ? 1 : 0;
+        features->ofMinutia[i] =
+            type << 16 | PackAttributes(static_cast<uint32_t>(DisorderOf(minutia.attributes)),
+                                        static_cast<uint32_t>(RidgeDensityOf(minutia.attributes)));
     }
 }
 
@@ -43,11 +45,11 @@ inline void CollectFeatures(const MinutiaSet& set, EndFeatures* features) {
 /// agree, odd when one does, and otherwise 2 or 4.
 constexpr uint32_t kHighestTypeDistance = 4;
 
-inline SectorBar SectorBarOf(const Bar& bar, const EndFeatures& features) {
-    const uint32_t types = features.types[bar.first] + 3u * features.types[bar.second];
-    return {TwoBytes(static_cast<uint32_t>(bar.length), bar.angleFirst),
-            TwoBytes(bar.angleSecond, types), features.attributes[bar.first],
-            features.attributes[bar.second]};
+inline uint64_t PackBar(const Bar& bar, const EndFeatures& features) {
+    const uint32_t first = features.ofMinutia[bar.first];
+    const uint32_t second = features.ofMinutia[bar.second];
+    return PackBar(static_cast<uint32_t>(bar.length), bar.angleFirst, bar.angleSecond,
+                   (first >> 16) + 3 * (second >> 16), first & 0xFFFF, second & 0xFFFF);
 }
 
 }  // namespace qorfp

@@ -139,6 +139,14 @@ TEST(Vector, InterleavesNumbers) {
               (Lanes<uint16_t>{800, 900, 1000, 1100, 1200, 1300, 1400, 1500}));
 }
 
+TEST(Vector, JoinsHalves) {
+    const U16x8 a = {0, 1, 2, 3, 10, 11, 12, 13};
+    const U16x8 b = {4, 5, 6, 7, 14, 15, 16, 1700};
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::JoinLow(a, b)), (Lanes<uint16_t>{0, 1, 2, 3, 4, 5, 6, 7}));
+    EXPECT_EQ(LanesOf<uint16_t>(qorfp::JoinHigh(a, b)),
+              (Lanes<uint16_t>{10, 11, 12, 13, 14, 15, 16, 1700}));
+}
+
 TEST(Vector, LoadsPairsOfBytes) {
     std::array<uint8_t, 256> bytes;
     for (size_t index = 0; index < bytes.size(); ++index) {
