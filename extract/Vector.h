@@ -304,8 +304,10 @@ inline U16x16 operator*(U16x16 lanes, uint16_t factor) {
     return {lanes.low * factor, lanes.high * factor};
 }
 
+/// As a product: where the number of bits is not known, clang shifts lanes to the left by way of
+/// floating-point numbers.
 inline U16x16 operator<<(U16x16 lanes, int32_t bits) {
-    return {lanes.low << bits, lanes.high << bits};
+    return lanes * static_cast<uint16_t>(1 << bits);
 }
 
 inline U16x16 operator>>(U16x16 lanes, int32_t bits) {
