@@ -6,8 +6,7 @@
 #   scripts/test.sh          one configuration: the system's compiler, optimised
 #   scripts/test.sh --all    GCC and clang, each at -O0 (the library only) and -O3, clang with
 #                            AddressSanitizer and UBSan, and 32-bit ARM in an emulator; before them
-#                            the Debian packages of this machine, and the library twice, which must
-#                            give the same bytes; stops at the first that fails
+#                            the Debian packages of this machine; stops at the first that fails
 #
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail
@@ -33,7 +32,6 @@ install_packages build/setup.log "${packages[@]}"
 if [ -n "$all" ]; then
     printf '\n==== packages ====\n'
     scripts/package.sh --check
-    scripts/reproducible.sh --library
 fi
 for preset in "${presets[@]}"; do
     printf '\n==== %s ====\n' "$preset"
