@@ -17,7 +17,7 @@ enum {
     kDamagedImages = 6,  // copies of each image
     kDamagedTemplates = 12,
     kVersionBytes = 3,  // at the start of a template, and not damaged
-    kListCopies = 6,    // of all templates in the long list: more than are matched in full
+    kListCopies = 8,    // of all templates in the long list: more than are matched in full
     kMostEntries = kMostImages * kListCopies
 };
 
