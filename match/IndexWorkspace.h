@@ -55,40 +55,61 @@ struct Plane {
 using KeySet = uint32_t;
 static_assert(kMaxWorkKeys <= 32, "a bit for each key");
 
-/// A key set for each plane. The last one fills 16 bytes and is always empty.
-struct PlaneSets {
-    KeySet plane[kPlanes + 1];
-};
-
 constexpr int32_t kPackedTurns = 32;   ///< values that the 5 bits of a packed a value can have
 constexpr int32_t kPackedValues = 16;  ///< and the 4 bits of a b or c value
-constexpr int32_t kPairSlots = 2;      ///< of a plane's pair: the first and the second
 
-/// The probe's keys as sets, so that a stored key meets all of them at once: those in its buckets,
-/// and those whose first, or second, slot of a plane's pair agrees with one of its slots.
-struct ProbeSets {
-    PlaneSets bucket[kPackedTurns * kPackedTurns];           ///< first value + 32 x second value
-    PlaneSets placed[kPairSlots][kKeySlots][kPackedValues];  ///< by the stored slot and its b
-    PlaneSets distant[kPairSlots][kPackedValues];            ///< by the stored slot's c
+/// The probe keys of which a slot agrees with a value of a stored slot, by their slot; and the code
+/// of that value (SlotCode.h). The intersection of such rows, word by word, is the same for all of
+/// the values.
+struct SlotSets {
+    KeySet slot[kKeySlots];
+    uint32_t code;
 };
 
-/// The probe keys that agree with a stored key in two slots: by the pair of stored slots, numbered
-/// like the planes, and the plane of the probe's pair.
+/// The probe's keys as sets, so that a stored key meets all of them at once.
+struct ProbeSets {
+    SlotSets turned[kKeySlots][kPackedTurns];    ///< by the stored slot and its a
+    SlotSets placed[kKeySlots][kPackedValues];   ///< and its b
+    SlotSets distant[kKeySlots][kPackedValues];  ///< and its c
+
+    /// Code of each key's slots of a plane's pair, where a pair of stored slots has its own.
+    uint32_t code[kPlanes][kPlanes][kMaxWorkKeys];
+};
+
+/// The probe keys that agree with a pair of stored slots, by the plane of their pair; and the code
+/// of the stored slots.
+struct PairSets {
+    KeySet plane[kPlanes];
+    uint32_t code;
+};
+
+/// The probe keys that agree with a stored key in two slots, by its pair, numbered like the planes.
 struct LikeKeys {
-    PlaneSets ofPair[kPlanes];
+    PairSets pair[kPlanes];
+};
+
+constexpr int32_t kPairingCount = kPlanes * kPlanes;  ///< of pairs of stored slots with planes
+
+/// A stored key, and the probe keys that it meets by a pairing.
+struct Meeting {
+    KeySet probes;
+    uint8_t stored;
+    uint8_t pairing;
 };
 
 /// Scratch of the index scores.
 struct IndexScoreScratch {
     ProbeSets sets;  ///< made from the keys and planes by every call
 
-    // Of one candidate.
+    // Of one candidate. What stands by stored key says something of keys with partners only.
     LikeKeys like[kMaxStoredKeys];
-    int32_t probeBest[kMaxWorkKeys];     ///< best partner of each probe key with its score, or 0
-    int32_t storedBest[kMaxStoredKeys];  ///< the same of each stored key that has partners
-    uint8_t storedDirection[kMaxStoredKeys];
-    int32_t clusterCentre[kMaxWorkKeys];  ///< rotations, 0..239
-    int32_t clusterSum[kMaxWorkKeys];
+    Meeting meetings[kMaxStoredKeys * kPairingCount + 1];  ///< and one that does not count
+    int32_t storedBest[kMaxStoredKeys];  ///< best partner of each stored key with its score
+    int32_t probeBest[kMaxWorkKeys];     ///< of each probe key; 0 between candidates
+
+    // Of its mutual pairs, and one that does not count.
+    int32_t rotation[kMaxWorkKeys + 1];  ///< 0..239
+    int32_t sum[kMaxWorkKeys + 1];       ///< score of a pair, then of the cluster that it opened
 };
 
 /// The keys and planes survive from ISetIndex to the following index scores, up to the next other

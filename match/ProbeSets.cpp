@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The probe's keys as sets: the planes' buckets, and the keys that agree with a stored slot's b or c
-// value.
+// The probe's keys as sets, by every value that a stored slot can have; and the check that the planes
+// are whole.
 
 #include "match/ProbeSets.h"
 
@@ -9,6 +9,7 @@
 
 #include "extract/FixedMath.h"
 #include "match/NearTurns.h"
+#include "match/SlotCode.h"
 
 namespace {
 
@@ -16,15 +17,6 @@ using namespace qorfp;
 
 constexpr int32_t kPositionTolerance = 2;  // of b values
 constexpr int32_t kDistanceTolerance = 1;  // of c values
-
-// Adds a key to the sets of every value near enough to the key's own.
-void AddNear(int32_t value, int32_t tolerance, int32_t plane, KeySet key,
-             PlaneSets sets[kPackedValues]) {
-    const int32_t last = Min(value + tolerance, kPackedValues - 1);
-    for (int32_t near = Max(value - tolerance, 0); near <= last; ++near) {
-        sets[near].plane[plane] |= key;
-    }
-}
 
 bool HasPossibleTurns(const WorkKey& key) {
     return key.a[0] < kTurnLevels && key.a[1] < kTurnLevels && key.a[2] < kTurnLevels;
@@ -46,9 +38,8 @@ bool ReadBucket(const Plane& plane, int32_t bucket, int32_t keyCount, KeySet* ke
     return true;
 }
 
-// False when a bucket does not hold the keys near both of its values.
-bool AddBuckets(const IndexWorkspace& index, const NearTurns& near, int32_t plane,
-                ProbeSets* sets) {
+// True when every bucket of a plane holds the keys near both of its values.
+bool IsSound(const IndexWorkspace& index, const NearTurns& near, int32_t plane) {
     const KeySet* nearFirst = near.slot[kPlaneSlots[plane][0]];
     const KeySet* nearSecond = near.slot[kPlaneSlots[plane][1]];
     for (int32_t first = 0; first < kTurnLevels; ++first) {
@@ -59,22 +50,72 @@ bool AddBuckets(const IndexWorkspace& index, const NearTurns& near, int32_t plan
                 keys != (nearFirst[first] & nearSecond[second])) {
                 return false;
             }
-            sets->bucket[first + kPackedTurns * second].plane[plane] = keys;
         }
     }
     return true;
 }
 
-void AddKeys(const IndexWorkspace& index, int32_t plane, ProbeSets* sets) {
-    for (int32_t k = 0; k < index.keyCount; ++k) {
-        const WorkKey& key = index.keys[k];
-        const KeySet bit = KeySet{1} << k;
-        for (int32_t i = 0; i < kPairSlots; ++i) {
-            const int32_t slot = kPlaneSlots[plane][i];
-            AddNear(key.c[slot], kDistanceTolerance, plane, bit, sets->distant[i]);
-            for (int32_t storedSlot = 0; storedSlot < kKeySlots; ++storedSlot) {
-                const int32_t shifted = key.b[slot] + kSlotShift * (slot - storedSlot);
-                AddNear(shifted, kPositionTolerance, plane, bit, sets->placed[i][storedSlot]);
+// What the b value of a probe's slot has more when it is to be that of a stored slot.
+int32_t ShiftOf(int32_t slot, int32_t storedSlot) {
+    return kSlotShift * (slot - storedSlot);
+}
+
+// Rows without keys, with their codes.
+void ClearRows(ProbeSets* sets) {
+    memset(sets->turned, 0, sizeof(sets->turned));  // some of its rows stand for no value
+    for (int32_t slot = 0; slot < kKeySlots; ++slot) {
+        for (int32_t a = 0; a < kTurnLevels; ++a) {
+            sets->turned[slot][a].code = CodeOfA(a, slot);
+        }
+        for (int32_t value = 0; value < kPackedValues; ++value) {
+            sets->placed[slot][value] = {{0, 0, 0}, CodeOfB(value, slot)};
+            sets->distant[slot][value] = {{0, 0, 0}, CodeOfC(value, slot)};
+        }
+    }
+}
+
+// Adds a key to the rows of every value near enough to its slot's own.
+void AddNear(int32_t value, int32_t tolerance, int32_t slot, KeySet key,
+             SlotSets rows[kPackedValues]) {
+    const int32_t last = Min(value + tolerance, kPackedValues - 1);
+    for (int32_t near = Max(value - tolerance, 0); near <= last; ++near) {
+        rows[near].slot[slot] |= key;
+    }
+}
+
+void FillRows(const IndexWorkspace& index, const NearTurns& near, ProbeSets* sets) {
+    for (int32_t storedSlot = 0; storedSlot < kKeySlots; ++storedSlot) {
+        for (int32_t slot = 0; slot < kKeySlots; ++slot) {
+            for (int32_t a = 0; a < kTurnLevels; ++a) {
+                sets->turned[storedSlot][a].slot[slot] = near.slot[slot][a];
+            }
+            for (int32_t k = 0; k < index.keyCount; ++k) {
+                const WorkKey& key = index.keys[k];
+                const KeySet bit = KeySet{1} << k;
+                AddNear(key.b[slot] + ShiftOf(slot, storedSlot), kPositionTolerance, slot, bit,
+                        sets->placed[storedSlot]);
+                AddNear(key.c[slot], kDistanceTolerance, slot, bit, sets->distant[storedSlot]);
+            }
+        }
+    }
+}
+
+// Code of a probe's slot in the place of a stored slot.
+uint32_t CodeOf(const WorkKey& key, int32_t slot, int32_t storedSlot) {
+    constexpr int32_t kTurns = 3 * kWideRing;  // keeps what is shifted above 0
+    return CodeOfA(key.a[slot], storedSlot) &
+           CodeOfB(key.b[slot] + ShiftOf(slot, storedSlot) + kTurns, storedSlot) &
+           CodeOfC(key.c[slot], storedSlot);
+}
+
+void MakeCodes(const IndexWorkspace& index, ProbeSets* sets) {
+    for (int32_t pair = 0; pair < kPlanes; ++pair) {
+        for (int32_t plane = 0; plane < kPlanes; ++plane) {
+            const int32_t* stored = kPlaneSlots[pair];
+            const int32_t* slots = kPlaneSlots[plane];
+            for (int32_t k = 0; k < index.keyCount; ++k) {
+                sets->code[pair][plane][k] = CodeOf(index.keys[k], slots[0], stored[0]) &
+                                             CodeOf(index.keys[k], slots[1], stored[1]);
             }
         }
     }
@@ -92,12 +133,13 @@ bool qorfp::MakeProbeSets(const IndexWorkspace& index, ProbeSets* sets) {
         }
     }
     const NearTurns near = FindNearTurns(index.keys, index.keyCount);
-    memset(sets, 0, sizeof(*sets));
     for (int32_t plane = 0; plane < kPlanes; ++plane) {
-        if (!AddBuckets(index, near, plane, sets)) {
+        if (!IsSound(index, near, plane)) {
             return false;
         }
-        AddKeys(index, plane, sets);
     }
+    ClearRows(sets);
+    FillRows(index, near, sets);
+    MakeCodes(index, sets);
     return true;
 }

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The probe's keys as sets: one set for each bucket of the planes, and for each b and c value that a
-// stored slot can have. Expectations come from looking at every key.
+// The probe's keys as sets, by every a, b and c value that a stored slot can have, and the check of
+// the planes that they are made with. Expectations come from looking at every key.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -12,7 +12,7 @@
 #include "engine/Work.h"
 #include "match/FPMatch.h"
 #include "match/ProbeSets.h"
-#include "tests/model/ModelTriIndex.h"
+#include "tests/model/ModelIndexKeys.h"
 #include "tests/support/TestImages.h"
 #include "tests/support/WorkBuffer.h"
 
@@ -51,38 +51,29 @@ class ProbeSetsTest : public testing::Test {
         return set;
     }
 
-    void CompareBuckets() {
-        for (int32_t plane = 0; plane < 3; ++plane) {
-            for (int32_t packed = 0; packed < 1024; ++packed) {
-                uint32_t expected = 0;
-                if (packed % 32 < 30 && packed / 32 < 30) {
-                    for (const int32_t key :
-                         model::KeysInBucket(keys_, plane, packed % 32, packed / 32)) {
-                        expected |= uint32_t{1} << key;
-                    }
-                }
-                ASSERT_EQ(Index().score.sets.bucket[packed].plane[plane], expected)
-                    << "plane " << plane << ", " << packed % 32 << ' ' << packed / 32;
-            }
-        }
-    }
-
-    void CompareValues() {
-        for (int32_t plane = 0; plane < 3; ++plane) {
-            for (size_t i = 0; i < 2; ++i) {
-                const size_t slot = model::SlotsOfPlane(plane)[i];
-                for (int32_t value = 0; value < 16; ++value) {
-                    const qorfp::ProbeSets& sets = Index().score.sets;
-                    EXPECT_EQ(sets.distant[i][value].plane[plane], SetOf([&](const IndexKey& key) {
-                                  return std::abs(key.c[slot] - value) <= 1;
+    void CompareRows() {
+        const qorfp::ProbeSets& sets = Index().score.sets;
+        for (int32_t storedSlot = 0; storedSlot < 3; ++storedSlot) {
+            for (int32_t slot = 0; slot < 3; ++slot) {
+                SCOPED_TRACE(testing::Message() << "slots " << storedSlot << ' ' << slot);
+                const size_t s = static_cast<size_t>(slot);
+                for (int32_t value = 0; value < 32; ++value) {
+                    EXPECT_EQ(sets.turned[storedSlot][value].slot[slot],
+                              SetOf([&](const IndexKey& key) {
+                                  const int32_t difference = std::abs(key.a[s] - value);
+                                  return value < 30 && (difference <= 2 || difference >= 28);
                               }));
-                    for (int32_t storedSlot = 0; storedSlot < 3; ++storedSlot) {
-                        const int32_t shift = 7 * (static_cast<int32_t>(slot) - storedSlot);
-                        EXPECT_EQ(sets.placed[i][storedSlot][value].plane[plane],
-                                  SetOf([&](const IndexKey& key) {
-                                      return std::abs(key.b[slot] + shift - value) <= 2;
-                                  }));
-                    }
+                }
+                for (int32_t value = 0; value < 16; ++value) {
+                    EXPECT_EQ(sets.placed[storedSlot][value].slot[slot],
+                              SetOf([&](const IndexKey& key) {
+                                  const int32_t shifted = key.b[s] + 7 * (slot - storedSlot);
+                                  return std::abs(shifted - value) <= 2;
+                              }));
+                    EXPECT_EQ(sets.distant[storedSlot][value].slot[slot],
+                              SetOf([&](const IndexKey& key) {
+                                  return std::abs(key.c[s] - value) <= 1;
+                              }));
                 }
             }
         }
@@ -107,18 +98,9 @@ TEST_F(ProbeSetsTest, HoldTheKeysNearEachValue) {
         }
         testsupport::WithEachFill(buffer_, [&](testsupport::WorkBuffer&) {
             ASSERT_TRUE(Make(keys));
-            CompareBuckets();
-            CompareValues();
+            CompareRows();
         });
         EXPECT_TRUE(buffer_.GuardsIntact());
-    }
-}
-
-TEST_F(ProbeSetsTest, TheFourthLaneIsEmpty) {
-    std::vector<IndexKey> keys(30);
-    ASSERT_TRUE(Make(keys));
-    for (const qorfp::PlaneSets& bucket : Index().score.sets.bucket) {
-        ASSERT_EQ(bucket.plane[3], 0U);
     }
 }
 
