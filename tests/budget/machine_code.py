@@ -89,7 +89,7 @@ class Library:
         disassembly = run(objdump, "-d", "--no-show-raw-insn", path)
         if "file format elf32-littlearm" not in disassembly:
             raise NotUnderstood(f"{path}: not 32-bit ARM, or {objdump} cannot read it")
-        self._read_symbols(run(nm, path), disassembly)
+        self._read_symbols(run(nm, "-S", path), disassembly)
         self._read_instructions(disassembly)
 
     def named(self, symbol):
@@ -98,10 +98,14 @@ class Library:
 
     def _read_symbols(self, symbols, disassembly):
         by_address = {}
+        self._ends = {}  # of the functions whose size is known, by where they begin
         for line in symbols.splitlines():
-            fields = line.split()
-            if len(fields) == 3 and fields[1] in "tTwW" and not fields[2].startswith("$"):
-                by_address.setdefault(int(fields[0], 16), []).append(fields[2])
+            fields = line.split()  # address, size unless it is 0, type, name
+            if len(fields) >= 3 and fields[-2] in "tTwW" and not fields[-1].startswith("$"):
+                address = int(fields[0], 16)
+                by_address.setdefault(address, []).append(fields[-1])
+                if len(fields) == 4:
+                    self._ends[address] = address + int(fields[1], 16)
         for line in disassembly.splitlines():
             label = LABEL.match(line)
             if label and label[2].endswith("@plt"):
@@ -127,19 +131,45 @@ class Library:
     def _function_at(self, address):
         return self._at[max(bisect.bisect_right(self._starts, address) - 1, 0)]
 
+    def _is_behind_function(self, address):
+        start = self._starts[max(bisect.bisect_right(self._starts, address) - 1, 0)]
+        return address >= self._ends.get(start, address + 1)
+
+    def _reached(self, address, detours):
+        """The functions to which a branch to the address leads. The linker puts detours without a
+        name behind a function, for branches that some cores get wrong where they cross a page."""
+        leads_to = []
+        while address in detours:
+            mnemonic, target, address = detours[address]
+            leads_to += self._reached(target, detours)
+            if BRANCH.match(mnemonic)[2] is None:
+                return leads_to
+        return leads_to + [self._function_at(address)]
+
     def _read_instructions(self, disassembly):
+        detours = {}  # branches behind functions: mnemonic, target, address of the next instruction
+        branches = []
         for line in disassembly.splitlines():
             fields = line.split("\t")
             if len(fields) < 3 or not re.match(r"^ *[0-9a-f]+:$", fields[0]):
                 continue
-            function = self._function_at(int(fields[0].strip(" :"), 16))
+            address = int(fields[0].strip(" :"), 16)
+            target = TARGET.search(fields[2].strip())
+            is_branch = BRANCH.match(fields[1]) and target
+            if self._is_behind_function(address):
+                if is_branch and fields[1].startswith("b"):
+                    width = 2 if fields[1].endswith(".n") else 4
+                    detours[address] = (fields[1], int(target[1], 16), address + width)
+                continue
+            function = self._function_at(address)
             if function.is_import:
                 continue
             operands = fields[2].strip()
             function.lowered += lowering(fields[1], operands)
-            target = TARGET.search(operands)
-            if BRANCH.match(fields[1]) and target:
-                callee = self._function_at(int(target[1], 16))
+            if is_branch:
+                branches.append((function, int(target[1], 16)))
+        for function, target in branches:
+            for callee in self._reached(target, detours):
                 # An exported function of the library itself may be called by way of the table.
                 own = self.named(callee.name.removesuffix("@plt"))
                 callee = own[0] if callee.is_import and own else callee
