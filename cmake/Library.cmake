@@ -82,13 +82,21 @@ set_source_files_properties(
   ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp
   PROPERTIES COMPILE_OPTIONS -fno-tree-vectorize)
-# What runs once a call, or on a handful of minutiae: -O3 only makes copies of it (on ARM 3 KB).
+# What runs once a call, or on a handful of minutiae: -O3 only makes copies of it (on ARM 10 KB).
 set_source_files_properties(
+  ${PROJECT_SOURCE_DIR}/api/FingerCheck.cpp
   ${PROJECT_SOURCE_DIR}/api/QORFPApi.cpp
+  ${PROJECT_SOURCE_DIR}/api/Search.cpp
   ${PROJECT_SOURCE_DIR}/engine/FPEngine.cpp
   ${PROJECT_SOURCE_DIR}/extract/MinutiaeAssembly.cpp
+  ${PROJECT_SOURCE_DIR}/extract/MinutiaeFilter.cpp
+  ${PROJECT_SOURCE_DIR}/extract/MinutiaeRefine.cpp
   ${PROJECT_SOURCE_DIR}/extract/RidgeRepair.cpp
   ${PROJECT_SOURCE_DIR}/extract/RidgeTrace.cpp
+  ${PROJECT_SOURCE_DIR}/match/Fusion.cpp
+  ${PROJECT_SOURCE_DIR}/match/Improve.cpp
+  ${PROJECT_SOURCE_DIR}/match/IndexKeys.cpp
+  ${PROJECT_SOURCE_DIR}/match/ProbeSets.cpp
   PROPERTIES COMPILE_OPTIONS $<$<CONFIG:Release>:-O2>)
 set_target_properties(qorfp_objects PROPERTIES
   POSITION_INDEPENDENT_CODE ON
