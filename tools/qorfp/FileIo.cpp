@@ -5,10 +5,14 @@
 #include "tools/qorfp/FileIo.h"
 
 #include <fcntl.h>
+#include <poll.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
@@ -19,9 +23,13 @@
 namespace qorfp::cli {
 namespace {
 
-constexpr size_t kMaxFileBytes = size_t{256} * 1024 * 1024;
+constexpr off_t kMaxFileBytes = off_t{256} * 1024 * 1024;
 constexpr size_t kChunkBytes = 65536;
 constexpr int kMaxNameTries = 100;
+constexpr size_t kMostOfName =
+    200;                           // of a file name in that of its temporary file; 255 is the limit
+constexpr int kPatienceMs = 3000;  // with a pipe that has nobody at its other end
+constexpr int kRetryMs = 50;
 constexpr mode_t kOrdinaryMode = 0666;  // less the process's mask
 constexpr mode_t kOwnerOnly = 0600;
 constexpr mode_t kAllPermissions = 0777;
@@ -64,6 +72,25 @@ void WriteAll(const Descriptor& file, const std::string& path, const Bytes& byte
     }
 }
 
+/// While it lives, the signals that ask a program to end wait, so that none leaves a temporary file.
+class EndingHeld {
+  public:
+    EndingHeld() {
+        sigset_t ending;
+        sigemptyset(&ending);
+        for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
+            sigaddset(&ending, number);
+        }
+        sigprocmask(SIG_BLOCK, &ending, &before_);
+    }
+    ~EndingHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    EndingHeld(const EndingHeld&) = delete;
+    EndingHeld& operator=(const EndingHeld&) = delete;
+
+  private:
+    sigset_t before_;
+};
+
 // A symbolic link keeps pointing where it points: the file behind it is replaced, not the link.
 std::string BehindLinks(const std::string& path) {
     std::error_code error;
@@ -73,25 +100,66 @@ std::string BehindLinks(const std::string& path) {
 
 std::string TemporaryName(const std::string& path, int attempt) {
     const std::filesystem::path target(path);
-    const std::string name = "." + target.filename().string() + "." + std::to_string(getpid()) +
-                             "." + std::to_string(attempt) + ".tmp";
+    const std::string name = "." + target.filename().string().substr(0, kMostOfName) + "." +
+                             std::to_string(attempt) + ".tmp";
     return (target.parent_path() / name).string();
+}
+
+// Whether `path` is the very file that is open as `number`.
+bool IsStill(const std::string& path, int number) {
+    struct stat named = {};
+    struct stat open = {};
+    return lstat(path.c_str(), &named) == 0 && fstat(number, &open) == 0 &&
+           named.st_dev == open.st_dev && named.st_ino == open.st_ino;
+}
+
+// Removes a temporary file that a killed process has left. One that is being written is locked: only
+// who holds the lock may remove or rename it.
+void RemoveLeftover(const std::string& temporary) {
+    const Descriptor file(open(temporary.c_str(), O_RDONLY | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK));
+    if (file.IsOpen() && flock(file.Number(), LOCK_EX | LOCK_NB) == 0 &&
+        IsStill(temporary, file.Number())) {
+        unlink(temporary.c_str());
+    }
+}
+
+// Opens a new file of this name and locks it; -1 and errno when that cannot be.
+int OpenTemporary(const std::string& temporary, mode_t mode) {
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC;
+    int number = open(temporary.c_str(), kFlags, mode);
+    if (number < 0 && errno == EEXIST) {
+        RemoveLeftover(temporary);
+        number = open(temporary.c_str(), kFlags, mode);
+    }
+    if (number < 0) {
+        return -1;
+    }
+    // Between opening and locking, another process may have taken it for a leftover. A file system
+    // without locks has no such process.
+    const bool isTaken = flock(number, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK;
+    if (isTaken || !IsStill(temporary, number)) {
+        close(number);
+        errno = EEXIST;
+        return -1;
+    }
+    return number;
 }
 
 // `replaced` tells of the file that stands there now, or is null.
 void WriteBeside(const std::string& path, const struct stat* replaced, const Bytes& bytes) {
+    const EndingHeld held;
     // Never open to anyone who could not open the old file, from the first byte written on.
     const mode_t mode = replaced != nullptr ? kOwnerOnly : kOrdinaryMode;
     int number = -1;
     std::string temporary;
     for (int attempt = 0; attempt < kMaxNameTries && number < 0; ++attempt) {
         temporary = TemporaryName(path, attempt);
-        number = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode);
+        number = OpenTemporary(temporary, mode);
         if (number < 0 && errno != EEXIST) {
             FailWithErrno(path);
         }
     }
-    Descriptor file(number);
+    const Descriptor file(number);  // locked until the file has its name
     if (!file.IsOpen()) {
         FailWithErrno(path);
     }
@@ -102,8 +170,7 @@ void WriteBeside(const std::string& path, const struct stat* replaced, const Byt
             FailWithErrno(path);
         }
         // On the disk before the name: a power cut leaves the old file or the new one.
-        if (fsync(file.Number()) != 0 || !file.Close() ||
-            std::rename(temporary.c_str(), path.c_str()) != 0) {
+        if (fsync(file.Number()) != 0 || std::rename(temporary.c_str(), path.c_str()) != 0) {
             FailWithErrno(path);
         }
     } catch (...) {
@@ -112,10 +179,66 @@ void WriteBeside(const std::string& path, const struct stat* replaced, const Byt
     }
 }
 
+// Waits until the descriptor can be read or its other end is gone. False when the time is over.
+bool WaitForInput(const Descriptor& file, int milliseconds) {
+    pollfd waited = {file.Number(), POLLIN, 0};
+    for (;;) {
+        const int count = poll(&waited, 1, milliseconds);
+        if (count >= 0 || errno != EINTR) {
+            return count != 0;
+        }
+    }
+}
+
+// Up to `room` bytes; 0 at the end. A pipe may have its writer still to come, but not for long.
+size_t ReadSome(const Descriptor& file, const std::string& path, uint8_t* target, size_t room,
+                bool isFreshPipe) {
+    for (;;) {
+        const ssize_t count = read(file.Number(), target, room);
+        if (count == 0 && isFreshPipe) {
+            if (!WaitForInput(file, kPatienceMs)) {
+                throw ToolError(path, "is a pipe that nobody writes to");
+            }
+            isFreshPipe = false;
+        } else if (count >= 0) {
+            return static_cast<size_t>(count);
+        } else if (errno == EAGAIN) {
+            WaitForInput(file, -1);
+        } else if (errno != EINTR) {
+            FailWithErrno(path);
+        }
+    }
+}
+
+// For writing to a device or a pipe, whose reader may still have to come, but not for long.
+int OpenDevice(const std::string& path, bool isPipe) {
+    for (int waited = 0;; waited += kRetryMs) {
+        const int number = open(path.c_str(), O_WRONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+        if (number >= 0) {
+            const int flags = fcntl(number, F_GETFL);
+            fcntl(number, F_SETFL, flags & ~O_NONBLOCK);
+            return number;
+        }
+        if (!isPipe || errno != ENXIO) {
+            FailWithErrno(path);
+        }
+        if (waited >= kPatienceMs) {
+            throw ToolError(path, "is a pipe that nobody reads from");
+        }
+        poll(nullptr, 0, kRetryMs);
+    }
+}
+
+bool IsLink(const std::string& path) {
+    struct stat status = {};
+    return lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode);
+}
+
 }  // namespace
 
 Bytes ReadFile(const std::string& path) {
-    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    // Without O_NONBLOCK, a pipe that nobody writes to would hold the program for ever.
+    const Descriptor file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK));
     struct stat status = {};
     if (!file.IsOpen() || fstat(file.Number(), &status) != 0) {
         FailWithErrno(path);
@@ -123,23 +246,20 @@ Bytes ReadFile(const std::string& path) {
     if (S_ISDIR(status.st_mode)) {
         throw ToolError(path, "is a directory");
     }
+    const bool isPipe = S_ISFIFO(status.st_mode);
     Bytes bytes;
     size_t used = 0;
-    for (;;) {
-        bytes.resize(used + kChunkBytes);
-        const ssize_t count = read(file.Number(), bytes.data() + used, kChunkBytes);
-        if (count < 0 && errno == EINTR) {
-            continue;
+    for (off_t expected = status.st_size;; expected = static_cast<off_t>(used)) {
+        if (expected > kMaxFileBytes) {
+            throw ToolError(path, "is larger than 256 MiB");
         }
-        if (count < 0) {
-            FailWithErrno(path);
-        }
-        used += static_cast<size_t>(count);
+        // Of a file of this size, all at once, and then nothing more.
+        bytes.resize(std::max(used, static_cast<size_t>(expected)) + kChunkBytes);
+        const size_t count =
+            ReadSome(file, path, bytes.data() + used, bytes.size() - used, isPipe && used == 0);
+        used += count;
         if (count == 0) {
             break;
-        }
-        if (used > kMaxFileBytes) {
-            throw ToolError(path, "is larger than 256 MiB");
         }
     }
     bytes.resize(used);
@@ -155,14 +275,14 @@ void WriteFile(const std::string& path, const Bytes& bytes) {
     if (exists && S_ISDIR(status.st_mode)) {
         throw ToolError(path, "is a directory");
     }
+    if (!exists && IsLink(path)) {
+        throw ToolError(path, "is a link that leads nowhere");
+    }
     if (!exists || S_ISREG(status.st_mode)) {
         WriteBeside(exists ? BehindLinks(path) : path, exists ? &status : nullptr, bytes);
         return;
     }
-    Descriptor file(open(path.c_str(), O_WRONLY | O_CLOEXEC));
-    if (!file.IsOpen()) {
-        FailWithErrno(path);
-    }
+    Descriptor file(OpenDevice(path, S_ISFIFO(status.st_mode)));
     WriteAll(file, path, bytes);
     if (!file.Close()) {
         FailWithErrno(path);

@@ -81,19 +81,31 @@ std::vector<std::string> ListTemplateFiles(Loading& loading, const std::string& 
     return names;
 }
 
+std::string SizeFault(uintmax_t bytes) {
+    return "not a usable template: " + std::to_string(bytes) + " bytes instead of 512";
+}
+
+/// The template in a file of its own.
+TemplateBytes ReadTemplateFile(const std::string& path) {
+    std::error_code error;
+    const uintmax_t size = fs::file_size(path, error);
+    if (!error && size > kTemplateBytes) {
+        throw ToolError(path, SizeFault(size));  // however large: it is not read
+    }
+    const Bytes bytes = ReadFile(path);
+    if (bytes.size() != kTemplateBytes) {
+        throw ToolError(path, SizeFault(bytes.size()));
+    }
+    return SplitTemplates(path, bytes).front();
+}
+
 void LoadGalleryFolder(Loading& loading, const std::string& path) {
     const std::vector<std::string> names = ListTemplateFiles(loading, path);
     ProgressBar bar(kLoadingLabel, names.size());
     for (const std::string& name : names) {
         const std::string file = (fs::path(path) / name).string();
         try {
-            const Bytes bytes = ReadFile(file);
-            if (bytes.size() == kTemplateBytes) {
-                AddEntry(loading, Printable(name), file, SplitTemplates(file, bytes).front());
-            } else {
-                loading.faults.push_back(file + ": not a usable template: " +
-                                         std::to_string(bytes.size()) + " bytes instead of 512");
-            }
+            AddEntry(loading, Printable(name), file, ReadTemplateFile(file));
         } catch (const ToolError& fault) {
             loading.faults.push_back(fault.what());
         }

@@ -2,6 +2,9 @@
 //
 // qorfp, the command line of the fingerprint library: arguments, sub-commands, and one place where
 // every failure becomes one line on standard error and exit status 2.
+#include <fcntl.h>
+
+#include <csignal>
 #include <cstdio>
 #include <exception>
 #include <new>
@@ -25,6 +28,17 @@ int ReportFailure(std::string message) {
     }
     std::fprintf(stderr, "qorfp: %s\n", message.c_str());
     return kExitError;
+}
+
+// A closed standard stream would give its number to the next file, and messages would go into that.
+// In its place comes something that cannot be read, or not written: using it fails as before.
+void FillClosedStreams() {
+    for (int number = 0; number <= 2; ++number) {
+        if (fcntl(number, F_GETFD) < 0) {
+            // Opens the lowest free number, which is this one.
+            static_cast<void>(open("/dev/null", number == 0 ? O_WRONLY : O_RDONLY));
+        }
+    }
 }
 
 void AddCommands(CLI::App& program, int& exitStatus) {
@@ -75,7 +89,8 @@ int RunProgram(int argumentCount, char** arguments) {
             return ReportFailure(ExplainParseError(program, error, arguments[1]));
         }
     }
-    if (std::fflush(stdout) != 0 || !std::cout.flush()) {
+    // Output that was too long for the buffer may have failed earlier.
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0 || !std::cout.flush()) {
         return ReportFailure("standard output: cannot be written");
     }
     return exitStatus;
@@ -84,6 +99,8 @@ int RunProgram(int argumentCount, char** arguments) {
 }  // namespace
 
 int main(int argumentCount, char** arguments) {
+    FillClosedStreams();
+    std::signal(SIGXFSZ, SIG_IGN);  // a file too large is an error like a full disk
     try {
         return RunProgram(argumentCount, arguments);
     } catch (const std::bad_alloc&) {
