@@ -151,6 +151,29 @@ void AddOthers(const Corpus& corpus, const model::Grid& finger) {
     corpus.Add("cli_image", "round-trip", {4, 6, 5, 1, 2, 3, 4, 5, 6, 7, 8});
 }
 
+// One view of six minutiae, the last with the bits before it as type; and extended data.
+const Bytes kRecordView = {2,    0,   72, 6,                                          //
+                           0x40, 10,  0,  20,   0,  54,  0x80, 100, 0, 200, 128, 54,  //
+                           0x40, 55,  1,  0x2C, 63, 54,  0x80, 128, 0, 64,  0,   21,  //
+                           0x40, 255, 1,  0x67, 64, 100, 0x00, 0,   0, 0,   1,   1};
+
+void AddRecords(const Corpus& corpus, const fuzz::TemplateBytes& finger) {
+    const Bytes start = {'F', 'M', 'R', 0, ' ', '2', '0', 0};
+    const Bytes image = {0, 0, 1, 0, 1, 0x68, 0, 200, 0, 200, 1, 0};
+    const Bytes areas = {0, 7, 0, 1, 0, 7, 1, 2, 3};
+    corpus.Add("cli_record", "iso",
+               Bytes{0} + start + Bytes{0, 0, 0, 73} + image + kRecordView + areas);
+    corpus.Add("cli_record", "ansi",
+               Bytes{0} + start + Bytes{0, 75, 0, 0, 0, 0} + image + kRecordView + areas);
+    corpus.Add("cli_record", "iso-views", Bytes{1} + kRecordView + Bytes{0, 0});
+    corpus.Add("cli_record", "ansi-views", Bytes{2} + kRecordView + areas);
+    corpus.Add("cli_record", "own-area",
+               Bytes{1} + kRecordView + Bytes{0, 32, 0x51, 0x46, 0, 32} +
+                   Bytes{'Q', 'O', 'R', 'F', 'P', 1, 0, 0, 0, 0} + Bytes(18, 0x88));
+    corpus.Add("cli_record", "finger", Bytes{3} + Whole(finger));
+    corpus.Add("cli_record", "random", Bytes{3} + kRandomOne);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -169,6 +192,7 @@ int main(int argc, char** argv) {
         AddImages(corpus, finger);
         AddTemplates(corpus, fingers);
         AddOthers(corpus, finger);
+        AddRecords(corpus, fingers.at(0));
     } catch (const std::exception& error) {
         std::fprintf(stderr, "%s\n", error.what());
         return 1;

@@ -16,6 +16,8 @@ void AddIdentify(CLI::App& program, int& exitStatus);
 void AddCheck(CLI::App& program, int& exitStatus);
 void AddCheckFinger(CLI::App& program, int& exitStatus);
 void AddInfo(CLI::App& program, int& exitStatus);
+void AddExport(CLI::App& program, int& exitStatus);
+void AddImport(CLI::App& program, int& exitStatus);
 void AddDraw(CLI::App& program, int& exitStatus);
 void AddStages(CLI::App& program, int& exitStatus);
 

@@ -50,6 +50,8 @@ void AddCommands(CLI::App& program, int& exitStatus) {
     AddCheck(program, exitStatus);
     AddCheckFinger(program, exitStatus);
     AddInfo(program, exitStatus);
+    AddExport(program, exitStatus);
+    AddImport(program, exitStatus);
     AddDraw(program, exitStatus);
     AddStages(program, exitStatus);
 }

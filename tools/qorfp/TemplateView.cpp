@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// Layout read here, all words little-endian:
+// Layout read and written here, all words little-endian:
 //
 //     0   3  version text        369    1  quality
 //     3   1  minutia count       370    1  key count, 371 zero
@@ -26,6 +26,7 @@ constexpr size_t kKeysAt = 372;
 constexpr size_t kKeyBytes = 7;
 constexpr size_t kChecksumAt = 510;
 constexpr int kCoordinateOrigin = 256;
+constexpr int kCoordinateSpan = 1024;
 
 uint32_t Word(const uint8_t* bytes, size_t count) {
     uint32_t word = 0;
@@ -55,6 +56,21 @@ MinutiaView ReadMinutia(const uint8_t* entry) {
     minutia.ridgePeriod = Bits(rest, 10, 6);
     minutia.direction = entry[5];
     return minutia;
+}
+
+void WriteWord(uint8_t* bytes, int word, size_t count) {
+    for (size_t i = 0; i < count; ++i) {
+        bytes[i] = static_cast<uint8_t>(word >> 8 * i & 0xFF);
+    }
+}
+
+void WriteMinutia(const MinutiaView& minutia, uint8_t* entry) {
+    WriteWord(entry,
+              minutia.type << 20 | (minutia.x + kCoordinateOrigin) << 10 |
+                  (minutia.y + kCoordinateOrigin),
+              3);
+    WriteWord(entry + 3, minutia.ridgePeriod << 10 | minutia.disorder << 4 | minutia.confidence, 2);
+    entry[5] = static_cast<uint8_t>(minutia.direction);
 }
 
 KeyView ReadKey(const uint8_t* entry) {
@@ -139,6 +155,23 @@ TemplateView ReadTemplate(const TemplateBytes& bytes) {
     }
     view.problem = FindProblem(view);
     return view;
+}
+
+bool IsStorable(const MinutiaView& minutia) {
+    const auto isInRange = [](int coordinate) {
+        return coordinate >= -kCoordinateOrigin && coordinate < kCoordinateSpan - kCoordinateOrigin;
+    };
+    return isInRange(minutia.x) && isInRange(minutia.y);
+}
+
+TemplateBytes WriteOldTemplate(const TemplateView& view) {
+    TemplateBytes bytes = {'3', '0', '0'};
+    bytes[kCountAt] = static_cast<uint8_t>(view.minutiae.size());
+    for (size_t i = 0; i < view.minutiae.size(); ++i) {
+        WriteMinutia(view.minutiae[i], bytes.data() + kMinutiaeAt + i * kMinutiaBytes);
+    }
+    bytes[kQualityAt] = static_cast<uint8_t>(view.quality);
+    return bytes;
 }
 
 }  // namespace qorfp::cli

@@ -66,4 +66,11 @@ TemplateBytes CheckTemplate(const std::string& path, const Bytes& bytes);
 /// `bytes` must have passed CheckTemplate.
 TemplateView ReadTemplate(const TemplateBytes& bytes);
 
+/// Whether a template has room for the minutia's coordinates.
+bool IsStorable(const MinutiaView& minutia);
+
+/// Minutiae and quality as a template of version 300, which JudgeTemplate upgrades. All numbers must
+/// be in their ranges.
+TemplateBytes WriteOldTemplate(const TemplateView& view);
+
 }  // namespace qorfp::cli

@@ -26,8 +26,8 @@ _qorfp() {
     local -a images=(pgm png bmp) files
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
-        _qorfp_words extract verify enroll improve identify check check-finger info draw stages \
-            --help --version
+        _qorfp_words extract verify enroll improve identify check check-finger info export \
+            import draw stages --help --version
         return
     fi
     case $command in
@@ -39,6 +39,8 @@ _qorfp() {
         check) options='--write' files=(bin) ;;
         check-finger) options=$image_options files=("${images[@]}") ;;
         info) options='--json' files=(bin) ;;
+        export) options='-o --output --format --finger --plain' files=(bin) ;;
+        import) options='-o --output --view' files=(fmr) ;;
         draw) options="-o --output --scale $image_options" files=("${images[@]}") ;;
         stages) options="-o --output $image_options" files=("${images[@]}") ;;
         *) return ;;
@@ -47,10 +49,13 @@ _qorfp() {
         --level) _qorfp_words 1 2 3 4 5 ;;
         --scale) _qorfp_words 1 2 3 4 5 6 7 8 ;;
         --dpi) _qorfp_words 363 500 508 1000 ;;
-        --top) ;;
+        --format) _qorfp_words iso19794-2 ansi378 json ;;
+        --finger) _qorfp_words 0 1 2 3 4 5 6 7 8 9 10 ;;
+        --top | --view) ;;
         -o | --output)
             case $command in
                 draw) _qorfp_files png ;;
+                export) _qorfp_files fmr json ;;
                 stages) _qorfp_files ;;
                 *) _qorfp_files bin ;;
             esac
