@@ -25,8 +25,11 @@ arm64_packages=("${test_packages[@]}" googletest qemu-user g++-aarch64-linux-gnu
 s390x_packages=("${test_packages[@]}" googletest qemu-user g++-s390x-linux-gnu)
 musl_packages=("${test_packages[@]}" googletest musl-tools)
 
-# Tests in all configurations: clang, and its sanitizers' run-time library; 32-bit ARM.
-all_test_packages=("${armhf_packages[@]}" clang libclang-rt-14-dev)
+# The documentation site.
+docs_packages=("${build_packages[@]}" doxygen mkdocs mkdocs-material ruby-html-proofer)
+
+# Tests in all configurations: clang, and its sanitizers' run-time library; 32-bit ARM; the site.
+all_test_packages=("${armhf_packages[@]}" "${docs_packages[@]}" clang libclang-rt-14-dev)
 
 # Fuzzing, also the command line's readers of files.
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-14-dev)

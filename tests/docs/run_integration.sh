@@ -27,7 +27,7 @@ cd "$work"
 # block KIND: the code blocks of that kind, also those in lists.
 block() {
     awk -v fence="^ *\`\`\`$1\$" '$0 ~ fence {inside = 1; next} /^ *```$/ {inside = 0} inside' "$page" |
-        sed 's/^   //'
+        sed 's/^    //'
 }
 block cmake >board.cmake
 head -n 1 board.cmake | grep -qx '# board.cmake'

@@ -89,7 +89,7 @@ export PKG_CONFIG_LIBDIR=$moved/$LIBDIR/pkgconfig
 mkdir "$folder/by-pkg-config"
 quietly make -C "$folder/by-pkg-config" -f "$here/pkgconfig/Makefile" CC="$CC" CXX="$CXX"
 
-# Every consumer gives the score of the README's example, behind the library's own line.
+# Every consumer gives the score of the example in docs/getting-started.md, behind the library's own line.
 wanted='[QOR_FPR]:QORFP_Initial_431_QORFP_Initial SUCC
  MEL_FPR_AI3_V1.1.3 score 830'
 for consumer in "$folder"/by-{cmake,pkg-config}/consumer_{c,cpp}; do

@@ -108,7 +108,7 @@ expect() {
     fi
 }
 
-# The example, with pkg-config. The scores are those of the README and of tests/chain.
+# The example, with pkg-config. The scores are those of docs/getting-started.md and of tests/chain.
 images=$source/examples/data
 export PKG_CONFIG_SYSROOT_DIR=$scratch/root
 export PKG_CONFIG_LIBDIR=$scratch/root/usr/lib/$triplet/pkgconfig

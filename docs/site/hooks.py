@@ -1,0 +1,48 @@
+# SPDX-License-Identifier: Apache-2.0
+"""What the site shows beyond the Markdown of the repository:
+
+- names of calls and result codes lead to the page of the C interface;
+- `<!-- stages A to B -->` becomes the pictures with these numbers that `qorfp stages` made. Every
+  picture has to be shown once.
+"""
+import pathlib
+import posixpath
+import re
+
+from mkdocs.exceptions import PluginError
+
+INTERFACE = "docs/c-interface.md"
+STAGES = "docs/images/stages"
+MARK = re.compile(r"<!-- stages (\d+) to (\d+) -->")
+
+
+def figures(page, pictures, first, last):
+    size = "large" if last - first < 2 else "small"
+    lines = [f'<div class="stages {size}">']
+    for number in range(first, last + 1):
+        if number not in pictures:
+            raise PluginError(f"{page}: stage {number} has no picture, or is shown twice")
+        picture = pictures.pop(number)
+        name = picture.stem.split("_", 1)[1]
+        link = posixpath.relpath(f"{STAGES}/{picture.name}", posixpath.dirname(page))
+        lines.append(f'<figure><a href="{link}"><img src="{link}" alt="After {name}"></a>'
+                     f"<figcaption>{number} {name}</figcaption></figure>")
+    return "\n".join(lines + ["</div>"])
+
+
+def on_page_markdown(markdown, page, config, **_):
+    source = page.file.src_uri
+    if source != INTERFACE:
+        link = posixpath.relpath(INTERFACE, posixpath.dirname(source) or ".")
+        names = re.findall(r"\{#(QORFP_\w+)\}|<span id=\"(QORFP_\w+)\">",
+                           pathlib.Path(config["docs_dir"], INTERFACE).read_text(encoding="utf-8"))
+        known = "|".join(sorted(call or code for call, code in names))
+        markdown = re.sub(rf"(?<!\[)`({known})`", rf"[`\1`]({link}#\1)", markdown)
+    if MARK.search(markdown):
+        found = pathlib.Path(config["docs_dir"], STAGES).glob("[0-9][0-9]_*.png")
+        pictures = {int(picture.name[:2]): picture for picture in found}
+        markdown = MARK.sub(
+            lambda mark: figures(source, pictures, int(mark[1]), int(mark[2])), markdown)
+        if pictures:
+            raise PluginError(f"{source}: shows no picture of stage {', '.join(map(str, pictures))}")
+    return markdown

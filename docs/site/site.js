@@ -1,0 +1,2 @@
+// SPDX-License-Identifier: Apache-2.0
+document.documentElement.classList.toggle("opened-as-file", location.protocol === "file:");
