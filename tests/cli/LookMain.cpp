@@ -5,11 +5,16 @@
 //   look busy FILE.png              fails when one colour takes 97 % of the pixels or more, or when
 //                                   there are fewer than three colours (two for grey)
 //   look same FILE.png FILE.pgm     fails unless the PNG holds exactly the pixels of the P5 file
-//   look marks FILE.png TEMPLATE SCALE
+//   look marks FILE.png TEMPLATE SCALE [LEFT]
 //                                   fails unless every minutia of the template is marked: orange
-//                                   for endings, blue for bifurcations, a tick in its direction
+//                                   for endings, blue for bifurcations, a tick in its direction;
+//                                   LEFT: where the finger begins
+//   look joined FILE.png TEMPLATE SCALE COLUMN
+//                                   fails unless a coloured line crosses the column at every
+//                                   minutia's height, and none elsewhere
 #include <png.h>
 
+#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <cstdio>
@@ -136,14 +141,14 @@ int CountNear(const Pixels& pixels, double x, double y, double reach, bool wantO
 }
 
 // The template's layout, read here a second time: count at 3, 6 bytes a minutia from 4 on.
-void RequireMarks(const Pixels& pixels, const Bytes& bytes, double scale) {
+void RequireMarks(const Pixels& pixels, const Bytes& bytes, double scale, double left) {
     if (bytes.size() != 512) {
         throw std::runtime_error("not a template");
     }
     for (size_t i = 0; i < bytes[3]; ++i) {
         const uint8_t* entry = bytes.data() + 4 + 6 * i;
         const int word = entry[0] | entry[1] << 8 | entry[2] << 16;
-        const double x = ((word >> 10 & 1023) - 256 + 0.5) * scale;
+        const double x = left + ((word >> 10 & 1023) - 256 + 0.5) * scale;
         const double y = ((word & 1023) - 256 + 0.5) * scale;
         const bool isEnding = (word >> 20 & 3) == 1;
         const double angle = entry[5] * std::acos(-1.0) / 120;
@@ -160,6 +165,36 @@ void RequireMarks(const Pixels& pixels, const Bytes& bytes, double scale) {
     std::printf("%d minutiae marked\n", bytes[3]);
 }
 
+bool IsColoured(uint32_t colour) {
+    const auto red = static_cast<int>(colour >> 16);
+    const auto green = static_cast<int>(colour >> 8 & 0xFF);
+    const auto blue = static_cast<int>(colour & 0xFF);
+    return std::max({red, green, blue}) - std::min({red, green, blue}) > 40;
+}
+
+void RequireLines(const Pixels& pixels, const Bytes& bytes, double scale, long column) {
+    std::vector<bool> isExpected(static_cast<size_t>(pixels.height));
+    for (size_t i = 0; i < bytes.at(3); ++i) {
+        const uint8_t* entry = bytes.data() + 4 + 6 * i;
+        const double y = (((entry[0] | entry[1] << 8) & 1023) - 256 + 0.5) * scale;
+        const auto row = std::lround(y - 0.5);
+        bool isJoined = false;
+        for (long near = row - 1; near <= row + 1; ++near) {
+            isJoined = isJoined || IsColoured(pixels.At(column, near));
+            isExpected.at(static_cast<size_t>(near)) = true;
+        }
+        if (!isJoined) {
+            throw std::runtime_error("no line at minutia " + std::to_string(i));
+        }
+    }
+    for (long row = 0; row < pixels.height; ++row) {
+        if (IsColoured(pixels.At(column, row)) && !isExpected.at(static_cast<size_t>(row))) {
+            throw std::runtime_error("a line of no minutia in row " + std::to_string(row));
+        }
+    }
+    std::printf("%d lines\n", bytes[3]);
+}
+
 int Run(const std::vector<std::string>& arguments) {
     const std::string& what = arguments.at(0);
     const Pixels pixels = ReadPng(arguments.at(1));
@@ -171,7 +206,11 @@ int Run(const std::vector<std::string>& arguments) {
     } else if (what == "same") {
         RequireSame(pixels, arguments.at(2));
     } else if (what == "marks") {
-        RequireMarks(pixels, ReadBytes(arguments.at(2)), std::stod(arguments.at(3)));
+        RequireMarks(pixels, ReadBytes(arguments.at(2)), std::stod(arguments.at(3)),
+                     arguments.size() > 4 ? std::stod(arguments.at(4)) : 0);
+    } else if (what == "joined") {
+        RequireLines(pixels, ReadBytes(arguments.at(2)), std::stod(arguments.at(3)),
+                     std::stol(arguments.at(4)));
     } else {
         throw std::runtime_error("unknown question " + what);
     }

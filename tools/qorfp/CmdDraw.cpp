@@ -11,7 +11,6 @@
 #include "tools/qorfp/ExitStatus.h"
 #include "tools/qorfp/FileIo.h"
 #include "tools/qorfp/FingerInput.h"
-#include "tools/qorfp/FitWindow.h"
 #include "tools/qorfp/MinutiaMarks.h"
 #include "tools/qorfp/Resample.h"
 
@@ -32,14 +31,6 @@ struct DrawOptions {
     int scale = 3;
     ImageOptions imageOptions;
 };
-
-// Minutiae count in the pixels the engine worked on, which for the small sensor is an enlarged
-// image.
-GreyImage AsTheEngineSeesIt(const GreyImage& finger) {
-    return IsSensorSize(finger.width, finger.height)
-               ? Resample(finger, kSensorScaledWidth, kSensorScaledHeight)
-               : finger;
-}
 
 void DrawLegend(Canvas& canvas, double top, const TemplateView& view, const std::string& caption) {
     canvas.SetColour(Rgb(0xF1F3F5));

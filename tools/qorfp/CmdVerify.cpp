@@ -24,9 +24,7 @@ int RunVerify(const VerifyOptions& options) {
     const TemplateBytes first = LoadOrExtractTemplate(options.first, options.imageOptions);
     const TemplateBytes second = LoadOrExtractTemplate(options.second, options.imageOptions);
     const Verification verification = Verify(first, second, options.level);
-    std::printf("score %d, threshold %d (level %d): %s\n", verification.score,
-                ThresholdOfLevel(options.level), options.level,
-                verification.isMatch ? "accepted" : "refused");
+    std::printf("%s\n", VerificationText(verification, options.level).c_str());
     return verification.isMatch ? kExitYes : kExitNo;
 }
 

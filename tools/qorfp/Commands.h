@@ -19,6 +19,7 @@ void AddInfo(CLI::App& program, int& exitStatus);
 void AddExport(CLI::App& program, int& exitStatus);
 void AddImport(CLI::App& program, int& exitStatus);
 void AddDraw(CLI::App& program, int& exitStatus);
+void AddMatch(CLI::App& program, int& exitStatus);
 void AddStages(CLI::App& program, int& exitStatus);
 
 }  // namespace qorfp::cli

@@ -93,6 +93,12 @@ Verification Verify(const TemplateBytes& first, const TemplateBytes& second, int
     return verification;
 }
 
+std::string VerificationText(const Verification& verification, int level) {
+    return "score " + std::to_string(verification.score) + ", threshold " +
+           std::to_string(ThresholdOfLevel(level)) + " (level " + std::to_string(level) +
+           "): " + (verification.isMatch ? "accepted" : "refused");
+}
+
 int ThresholdOfLevel(int level) {
     constexpr int kLowestThreshold = 150;
     constexpr int kStep = 15;

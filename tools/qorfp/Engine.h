@@ -41,6 +41,9 @@ Extraction Extract(const GreyImage& finger);
 /// Both templates must have passed CheckTemplate; `level` kMinLevel..kMaxLevel.
 Verification Verify(const TemplateBytes& first, const TemplateBytes& second, int level);
 
+/// "score 415, threshold 180 (level 3): accepted".
+std::string VerificationText(const Verification& verification, int level);
+
 /// Score from which a security level accepts.
 int ThresholdOfLevel(int level);
 

@@ -82,16 +82,21 @@ TemplateBytes LoadTemplate(const std::string& path) {
     return CheckTemplate(path, ReadFile(path));
 }
 
-TemplateBytes LoadOrExtractTemplate(const std::string& path, const ImageOptions& options) {
+FingerOrTemplate LoadFingerOrTemplate(const std::string& path, const ImageOptions& options) {
     const Bytes bytes = ReadFile(path);
     if (LooksLikeTemplate(bytes)) {
-        return CheckTemplate(path, bytes);
+        return {std::nullopt, CheckTemplate(path, bytes)};
     }
-    const Extraction extraction = Extract(PrepareFinger(path, bytes, options));
+    const GreyImage finger = PrepareFinger(path, bytes, options);
+    const Extraction extraction = Extract(finger);
     if (!extraction.isDone) {
         throw ToolError(path, kNoTemplateReason);
     }
-    return extraction.bytes;
+    return {AsTheEngineSeesIt(finger), extraction.bytes};
+}
+
+TemplateBytes LoadOrExtractTemplate(const std::string& path, const ImageOptions& options) {
+    return LoadFingerOrTemplate(path, options).bytes;
 }
 
 }  // namespace qorfp::cli

@@ -4,6 +4,7 @@
 // template. The options --fit and --dpi belong to images only.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "tools/qorfp/GreyImage.h"
@@ -28,6 +29,14 @@ GreyImage LoadFinger(const std::string& path, const ImageOptions& options);
 
 /// Reads a stored template; throws ToolError unless the engine could take it as one.
 TemplateBytes LoadTemplate(const std::string& path);
+
+/// What an argument that may be an image or a template has given.
+struct FingerOrTemplate {
+    std::optional<GreyImage> finger;  // as the engine sees it: of the size the minutiae count in
+    TemplateBytes bytes = {};
+};
+
+FingerOrTemplate LoadFingerOrTemplate(const std::string& path, const ImageOptions& options);
 
 /// The template in the file, or the one extracted from the image in the file.
 TemplateBytes LoadOrExtractTemplate(const std::string& path, const ImageOptions& options);

@@ -53,6 +53,7 @@ void AddCommands(CLI::App& program, int& exitStatus) {
     AddExport(program, exitStatus);
     AddImport(program, exitStatus);
     AddDraw(program, exitStatus);
+    AddMatch(program, exitStatus);
     AddStages(program, exitStatus);
 }
 

@@ -40,13 +40,13 @@ void TracePath(Canvas& canvas, const MinutiaMark& mark, double size) {
 
 }  // namespace
 
-void DrawMinutia(Canvas& canvas, const MinutiaMark& mark, double size) {
+void DrawMinutia(Canvas& canvas, const MinutiaMark& mark, double size, double opacity) {
     const double line = size * 0.36;
     TracePath(canvas, mark, size);
-    canvas.SetColour(kWhite, 0.9);
+    canvas.SetColour(kWhite, 0.9 * opacity);
     cairo_set_line_width(canvas.Context(), line * 2.4);
     cairo_stroke_preserve(canvas.Context());
-    canvas.SetColour(mark.type == kEnding ? kEndingColour : kBifurcationColour);
+    canvas.SetColour(mark.type == kEnding ? kEndingColour : kBifurcationColour, opacity);
     cairo_set_line_width(canvas.Context(), line);
     cairo_stroke(canvas.Context());
 }

@@ -17,7 +17,7 @@ struct MinutiaMark {
 };
 
 /// `size` is the radius of the symbol in canvas pixels.
-void DrawMinutia(Canvas& canvas, const MinutiaMark& mark, double size);
+void DrawMinutia(Canvas& canvas, const MinutiaMark& mark, double size, double opacity = 1.0);
 
 /// A symbol with its name and count; returns the width taken.
 double DrawMinutiaKey(Canvas& canvas, double x, double y, uint8_t type, int count, double textSize);

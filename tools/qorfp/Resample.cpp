@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "tools/qorfp/FitWindow.h"
+
 namespace qorfp::cli {
 namespace {
 
@@ -82,6 +84,12 @@ int32_t ScaledSide(int32_t side, int dpi) {
 GreyImage Resample(const GreyImage& source, int32_t width, int32_t height) {
     GreyImage image = width == source.width ? source : ResampleRows(source, width);
     return height == image.height ? image : ResampleColumns(image, height);
+}
+
+GreyImage AsTheEngineSeesIt(const GreyImage& finger) {
+    return IsSensorSize(finger.width, finger.height)
+               ? Resample(finger, kSensorScaledWidth, kSensorScaledHeight)
+               : finger;
 }
 
 GreyImage ResampleToEngineDpi(const GreyImage& source, int dpi) {

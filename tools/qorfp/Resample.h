@@ -14,6 +14,10 @@ constexpr int kEngineDpi = 508;
 /// when enlarging and averages over the covered pixels when reducing. Pixel centres correspond.
 GreyImage Resample(const GreyImage& source, int32_t width, int32_t height);
 
+/// Minutiae count in the pixels the engine works on, which for the small sensor is an enlarged image:
+/// that image, near enough for pictures, else `finger` itself.
+GreyImage AsTheEngineSeesIt(const GreyImage& finger);
+
 /// `source`, taken at `dpi`, as it would be at kEngineDpi.
 GreyImage ResampleToEngineDpi(const GreyImage& source, int dpi);
 

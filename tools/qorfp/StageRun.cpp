@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The only part of the tool that calls the library's inner functions. It follows the calls of
-// Preprocess and CreateTemplate and copies the buffer's image and maps out after each of them.
+// One of the two parts of the tool that call the library's inner functions (the other finds matched
+// pairs). It follows the calls of Preprocess and CreateTemplate and copies the buffer's image and maps out after each of them.
 #include "tools/qorfp/StageRun.h"
 
 #include <algorithm>

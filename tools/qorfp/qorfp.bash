@@ -27,7 +27,7 @@ _qorfp() {
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
         _qorfp_words extract verify enroll improve identify check check-finger info export \
-            import draw stages --help --version
+            import draw match stages --help --version
         return
     fi
     case $command in
@@ -42,6 +42,7 @@ _qorfp() {
         export) options='-o --output --format --finger --plain' files=(bin) ;;
         import) options='-o --output --view' files=(fmr) ;;
         draw) options="-o --output --scale $image_options" files=("${images[@]}") ;;
+        match) options="-o --output --level --scale $image_options" files=("${images[@]}" bin) ;;
         stages) options="-o --output $image_options" files=("${images[@]}") ;;
         *) return ;;
     esac
@@ -54,7 +55,7 @@ _qorfp() {
         --top | --view) ;;
         -o | --output)
             case $command in
-                draw) _qorfp_files png ;;
+                draw | match) _qorfp_files png ;;
                 export) _qorfp_files fmr json ;;
                 stages) _qorfp_files ;;
                 *) _qorfp_files bin ;;
