@@ -4,6 +4,10 @@
 # builds the library and its tools, makes templates of finger images, verifies a pair of one finger
 # and a pair of two, and draws the minutiae. Fails when a step does not give what it should. Safe to
 # repeat; writes nothing outside build/ but the packages.
+#
+#   scripts/setup-and-demo.sh [--built FOLDER]
+#
+# With --built it shows the demo with the programs of a finished build, and installs and builds nothing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 . scripts/debian-packages.sh
@@ -12,7 +16,16 @@ data=examples/data
 finger=1_1 same_finger=1_2 other_finger=2_1
 demo=build/demo
 log=build/setup.log
-qorfp=build/release/tools/qorfp/qorfp
+folder=build/release
+case ${1:-} in
+    '') ;;
+    --built) folder=${2:?} ;;
+    *)
+        sed -n '/^#   scripts/s/^# *//p' "$0" >&2
+        exit 2
+        ;;
+esac
+qorfp=$folder/tools/qorfp/qorfp
 
 fail() {
     echo "setup-and-demo: $*" >&2
@@ -45,16 +58,18 @@ verify() {
 }
 
 mkdir -p "$demo"
-: >"$log"
-echo "1. Packages"
-install_packages "$log" "${build_packages[@]}"
-installed=$SECONDS
+if [ $# -eq 0 ]; then
+    : >"$log"
+    echo "1. Packages"
+    install_packages "$log" "${build_packages[@]}"
+    installed=$SECONDS
 
-echo "2. Build (about a minute on two cores)"
-run_logged cmake --preset release
-run_logged cmake --build --preset release
-echo "build/release/libqorfp.so: $(stat -Lc %s build/release/libqorfp.so) bytes;" \
-    "packages took $installed s, the build $((SECONDS - installed)) s"
+    echo "2. Build (about a minute on two cores)"
+    run_logged cmake --preset release
+    run_logged cmake --build --preset release
+    echo "$folder/libqorfp.so: $(stat -Lc %s "$folder/libqorfp.so") bytes;" \
+        "packages took $installed s, the build $((SECONDS - installed)) s"
+fi
 
 echo "3. Images of two synthetic fingers, 1 and 2, and their templates of 512 bytes"
 for name in "$finger" "$same_finger" "$other_finger"; do
@@ -77,10 +92,10 @@ done
 
 cat <<END
 
-Done in $SECONDS s. Look at $PWD/$demo/$finger.png, then try:
-  PATH=\$PATH:$PWD/${qorfp%/*}
-  qorfp info $demo/$finger.bin          # what stands in a template
-  qorfp stages $data/$finger.pgm -o $demo/stages   # a picture of each extraction stage
-  qorfp verify YOUR.png OTHER.png --fit  # your own images, cropped to size
-  scripts/test.sh                        # all tests
+Done in $SECONDS s. Look at $demo/$finger.png, then try:
+  PATH=\$PATH:\$PWD/${qorfp%/*}
+  qorfp info $demo/$finger.bin                             # what stands in a template
+  qorfp stages $data/$finger.pgm -o $demo/stages   # a picture of every stage
+  qorfp verify YOUR.png OTHER.png --fit                     # yours, cropped to size
+  scripts/test.sh                                           # all tests
 END

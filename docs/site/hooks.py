@@ -3,7 +3,8 @@
 
 - names of calls and result codes lead to the page of the C interface;
 - `<!-- stages A to B -->` becomes the pictures with these numbers that `qorfp stages` made. Every
-  picture has to be shown once.
+  picture has to be shown once;
+- `<!-- pages of this folder -->` becomes the list that a forge shows by itself.
 """
 import pathlib
 import posixpath
@@ -13,6 +14,7 @@ from mkdocs.exceptions import PluginError
 
 INTERFACE = "docs/c-interface.md"
 STAGES = "docs/images/stages"
+FOLDER = "<!-- pages of this folder -->"
 MARK = re.compile(r"<!-- stages (\d+) to (\d+) -->")
 
 
@@ -30,14 +32,28 @@ def figures(page, pictures, first, last):
     return "\n".join(lines + ["</div>"])
 
 
+def listed(folder):
+    lines = []
+    for path in sorted(folder.glob("[!R]*.md")):
+        title = path.read_text(encoding="utf-8").split("\n", 1)[0].lstrip("# ")
+        lines.append(f"- [{title}]({path.name})")
+    return "\n".join(lines)
+
+
 def on_page_markdown(markdown, page, config, **_):
     source = page.file.src_uri
     if source != INTERFACE:
+        if posixpath.basename(INTERFACE) in markdown:
+            raise PluginError(f"{source}: leads to {INTERFACE}, which the repository does not hold; "
+                              "the names of calls become links by themselves")
         link = posixpath.relpath(INTERFACE, posixpath.dirname(source) or ".")
         names = re.findall(r"\{#(QORFP_\w+)\}|<span id=\"(QORFP_\w+)\">",
                            pathlib.Path(config["docs_dir"], INTERFACE).read_text(encoding="utf-8"))
         known = "|".join(sorted(call or code for call, code in names))
         markdown = re.sub(rf"(?<!\[)`({known})`", rf"[`\1`]({link}#\1)", markdown)
+    if FOLDER in markdown:
+        folder = pathlib.Path(config["docs_dir"], source).parent
+        markdown = markdown.replace(FOLDER, listed(folder))
     if MARK.search(markdown):
         found = pathlib.Path(config["docs_dir"], STAGES).glob("[0-9][0-9]_*.png")
         pictures = {int(picture.name[:2]): picture for picture in found}
