@@ -179,9 +179,8 @@ QORFP_EXPORT uint32_t QORFP_Verify(const uint8_t* t1, const uint8_t* t2, int32_t
  * score first; then the best-ranked entries are matched in full: all of a list of fewer than 200,
  * else count / 20 + 200 of them, and none after the first that scores 225 or more.
  *
- * Needs no QORFP_Initial(). Allocates 8 bytes an entry for the length of the call. Entries of equal
- * index score make the ranking slower, at worst with the square of the count: check a large list
- * with QORFP_CheckFeature(), so that none lacks its keys.
+ * Needs no QORFP_Initial(). Allocates 8 bytes an entry for the length of the call. An entry without
+ * index keys ranks last: check a large list with QORFP_CheckFeature().
  *
  * @param[in] probe a "301" template
  * @param[in] list `count` pointers to "301" templates. One invalid entry makes the whole call fail;

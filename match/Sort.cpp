@@ -6,7 +6,8 @@
 // Index scores have few values, so long lists hold many equal ones, for which plain partitions would
 // take quadratic time. Each range therefore carries bounds of its keys: what a partition does around
 // a pivot that equals a bound is known without looking at every key. Any other pivot leaves fewer
-// values on either side, so a list of d different keys is read at most about d times.
+// values on either side, so a list of d different keys is read at most about d times. A range that is
+// in order is read twice.
 
 #include "extract/FixedMath.h"
 #include "match/FPMatch.h"
@@ -121,6 +122,22 @@ int32_t PartitionAtHighest(const Columns& columns, int32_t left, int32_t right) 
     return right;
 }
 
+bool IsAscending(const int32_t* keys, int32_t start, int32_t end) {
+    int32_t i = start + 1;
+    while (i < end && keys[i - 1] <= keys[i]) {
+        ++i;
+    }
+    return i == end;
+}
+
+bool IsDescending(const int32_t* keys, int32_t start, int32_t end) {
+    int32_t i = start + 1;
+    while (i < end && keys[i - 1] >= keys[i]) {
+        ++i;
+    }
+    return i == end;
+}
+
 // low <= every key of a range <= high.
 struct KeyBounds {
     int32_t low;
@@ -141,6 +158,26 @@ void Swap(Value* a, Value* b) {
     const Value kept = *a;
     *a = *b;
     *b = kept;
+}
+
+// Sorts a range that is in order already, either way, as partitions would in quadratic time: where keys
+// ascend they move nothing, and where keys descend each two of them exchange the outermost elements
+// as long as their keys differ. False, and nothing done, for any other range.
+template <bool kHasValues>
+bool SortOrdered(const Columns& columns, int32_t start, int32_t end) {
+    if (IsAscending(columns.keys, start, end)) {
+        return true;
+    }
+    if (!IsDescending(columns.keys, start, end)) {
+        return false;
+    }
+    for (int32_t i = start, k = end - 1; i < k && columns.keys[i] != columns.keys[k]; ++i, --k) {
+        Swap(&columns.keys[i], &columns.keys[k]);
+        if (kHasValues) {
+            Swap(&columns.values[i], &columns.values[k]);
+        }
+    }
+    return true;
 }
 
 template <bool kHasValues>
@@ -170,6 +207,13 @@ int32_t Sort(const Columns& columns, int32_t n, int32_t* scratch) {
                 return 0;
             }
             starts[level] = range.low == range.high ? end : start + 1;
+            continue;
+        }
+        // Here a partition would read the whole range, and look at an order at no greater cost. Where
+        // it would find no level for the rest it has to take place.
+        if (pivot != range.high && level + 1 < kHighestLevel &&
+            SortOrdered<kHasValues>(columns, start, end)) {
+            starts[level] = end;
             continue;
         }
         const int32_t middle = pivot == range.high
