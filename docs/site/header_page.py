@@ -102,7 +102,8 @@ class Page:
             raise SystemExit("header_page: the header holds something that this page does not show")
         (codes,) = kinds["enum"]
         lines = ["# C interface", "", self.line(self.file.find("briefdescription")), "",
-                 "Made from the comments of `QORFPApi.h`, the only header; installed, `man QORFP_Extract` shows the same.", ""]
+                 "Made from the comments of `QORFPApi.h`, the only header; installed, "
+                 "`man QORFP_Extract` shows the same.", ""]
         lines += self.text(self.file.find("detaileddescription"))
         lines += ["## Calls", ""]
         for member in kinds["function"]:
