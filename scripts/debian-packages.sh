@@ -28,6 +28,9 @@ musl_packages=("${test_packages[@]}" googletest musl-tools)
 # The documentation site.
 docs_packages=("${build_packages[@]}" doxygen mkdocs mkdocs-material ruby-html-proofer)
 
+# The picture of a terminal in the README.
+record_packages=(python3-rich)
+
 # Tests in all configurations: clang, and its sanitizers' run-time library; 32-bit ARM; the site.
 all_test_packages=("${armhf_packages[@]}" "${docs_packages[@]}" clang libclang-rt-14-dev)
 

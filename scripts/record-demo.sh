@@ -2,10 +2,14 @@
 # SPDX-License-Identifier: Apache-2.0
 # Records the first two minutes for the README: runs the commands below in a pseudo-terminal and writes
 # what they print as a picture, docs/images/demo.svg. A test compares the text of the picture with what
-# the same commands print later; run this anew when it fails. Needs the Debian package python3-rich and,
-# for times that tell something, a quiet machine: build/release is built from nothing.
+# the same commands print later; run this anew when it fails. Builds from nothing: for times that tell
+# something it needs a quiet machine.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+. scripts/debian-packages.sh
+mkdir -p build
+: >build/setup.log
+install_packages build/setup.log "${record_packages[@]}"
 
 # shellcheck disable=SC2016  # the player's shell expands them
 commands=(

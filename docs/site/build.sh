@@ -11,6 +11,8 @@ set -euo pipefail
 work=$(realpath -m "$1") qorfp=$(realpath "$2")
 cd "$(dirname "$0")/../.."
 source=$work/source
+# The pages are UTF-8 wherever they are built; nothing is written among the sources.
+export LC_ALL=C.UTF-8 PYTHONDONTWRITEBYTECODE=1
 
 # The pages with what they show and lead to, where they lie in the repository.
 rm -rf "$work"

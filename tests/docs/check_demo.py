@@ -12,7 +12,8 @@ import sys
 import tempfile
 import xml.etree.ElementTree as ElementTree
 
-from check_blocks import Follower
+sys.dont_write_bytecode = True    # nothing among the sources
+from check_blocks import Follower  # noqa: E402
 
 LETTER_WIDTH = 12.2    # of the picture
 SETUP = "scripts/setup-and-demo.sh"
