@@ -9,20 +9,20 @@
 #include "extract/FPExtract.h"
 #include "extract/FixedMath.h"
 #include "extract/GradientWindow.h"
+#include "extract/RowBands.h"
 
 namespace {
 
 using namespace qorfp;
 
 constexpr int32_t kReach = 3;  // windows of 7 x 7 blocks
-constexpr int32_t kSumRows = 3;
 
-// Sums across the pixels of a row, in bytes or in 16 bits.
-using SumRow = uint8_t[2 * sizeof(PixelRow)];
+// Rows of blocks that are smoothed at a time.
+constexpr int32_t kSmoothedBlocks = 8;
+constexpr int32_t kSmoothedRows = kSmoothedBlocks * kBlockSide;
 
 struct CalcDirBScratch {
-    SumRow sumsAcross[kSumRows];  // rings: row y in row y % their length
-    PixelRow smoothed[kRowsOfBlock];
+    PixelRow smoothed[kSmoothedRows + 1];
     GradientRow gradients;
     ProductRow differences;
     ProductRow mixed;
@@ -46,52 +46,36 @@ struct Covered {
 
     // Columns 1 .. lastColumn - 1 are smoothed. On a narrow image a vector takes in pixels of the
     // rows below and, at its end, of the map behind; what becomes of them is not used.
-    ptrdiff_t EndOfSmoothed() const { return Max(lastColumn, 1 + kVectorBytes); }
+    int32_t EndOfSmoothed() const { return Max(lastColumn, 1 + kVectorBytes); }
 };
 
 // Binomial 3 x 3 smoothing of any image: sums of three pixels across, weighted 1 2 1, of which three
 // are weighted 1 2 1 again.
 struct GreySmoothing {
-    using Sums = U16x16;
-
     // With the row's share in the rounding: three times 2, weighted, make 8.
-    static Sums Across(const uint8_t* pixels) {
-        const U16x16 centre = Widen(LoadVector<U8x16>(pixels));
-        return Widen(LoadVector<U8x16>(pixels - 1)) + centre + centre +
-               Widen(LoadVector<U8x16>(pixels + 1)) + 2;
+    QORFP_INLINE static RowShares<U16x16> Share(const uint8_t* pixels) {
+        const U16x16 centre = Split(LoadVector<U8x16>(pixels));
+        const U16x8 pairs = centre.low + centre.high + uint16_t{2};
+        const U16x16 sums = {pairs + centre.low + EvenBytes(LoadVector<U8x16>(pixels - 1)),
+                             pairs + centre.high + OddBytes(LoadVector<U8x16>(pixels + 1))};
+        return {sums + sums, sums};
     }
-    static U8x16 Smoothed(Sums above, Sums here, Sums below) {
-        return Narrow((above + here + here + below) >> 4);
-    }
-
-    static Sums Load(const SumRow& row, ptrdiff_t x) {
-        const uint8_t* at = row + 2 * x;
-        return {LoadVector<U16x8>(at), LoadVector<U16x8>(at + kVectorBytes)};
-    }
-    static void Store(Sums sums, SumRow& row, ptrdiff_t x) {
-        uint8_t* at = row + 2 * x;
-        StoreVector(sums.low, at);
-        StoreVector(sums.high, at + kVectorBytes);
-    }
+    QORFP_INLINE static U8x16 Finish(U16x16 sums) { return Join(sums >> 4); }
 };
 
 // The same of an image of 0 and 255 alone, as BinImageA leaves it. 255 is -1 in a byte, so the sums
 // are of white pixels, 0..16 of them, negative: (255 x n + 8) / 16 is 16 x n, less 1 above 8.
 struct BinarySmoothing {
-    using Sums = U8x16;
-
-    static Sums Across(const uint8_t* pixels) {
+    QORFP_INLINE static RowShares<U8x16> Share(const uint8_t* pixels) {
         const U8x16 centre = LoadVector<U8x16>(pixels);
-        return LoadVector<U8x16>(pixels - 1) + centre + centre + LoadVector<U8x16>(pixels + 1);
+        const U8x16 sums =
+            LoadVector<U8x16>(pixels - 1) + centre + centre + LoadVector<U8x16>(pixels + 1);
+        return {sums + sums, sums};
     }
-    static U8x16 Smoothed(Sums above, Sums here, Sums below) {
-        const U8x16 negative = above + here + here + below;
+    QORFP_INLINE static U8x16 Finish(U8x16 negative) {
         const U8x16 isAbove8 = AsLanes<U8x16>(AsLanes<I8x16>(negative) < -8);
         return isAbove8 - (negative << 4);
     }
-
-    static Sums Load(const SumRow& row, ptrdiff_t x) { return LoadVector<U8x16>(row + x); }
-    static void Store(Sums sums, SumRow& row, ptrdiff_t x) { StoreVector(sums, row + x); }
 };
 
 // An image of at least 16 pixels.
@@ -103,56 +87,37 @@ bool IsBinary(const uint8_t* image, int32_t pixels) {
     return !HasAny(greatest > 1);
 }
 
+// Smooths the rows `top` .. `top` + kSmoothedRows, as far as they are covered; the first one is the
+// last of the rows before. The outermost rows and columns stay as they are: smoothing would look
+// beyond the covered part.
 template <class Smoothing>
-void SumFirstRows(const Covered& covered, CalcDirBScratch* scratch) {
-    for (int32_t y = 0; y < 2; ++y) {
-        const uint8_t* pixels = covered.Row(y);
-        SumRow& sums = scratch->sumsAcross[y];
-        ForEachVector(1, covered.EndOfSmoothed(), [pixels, &sums](ptrdiff_t x) {
-            Smoothing::Store(Smoothing::Across(pixels + x), sums, x);
-        });
+void SmoothRows(const Covered& covered, int32_t top, CalcDirBScratch* scratch) {
+    PixelRow* smoothed = scratch->smoothed;
+    const size_t rowBytes = static_cast<size_t>(covered.lastColumn) + 1;
+    memcpy(smoothed[0], top == 0 ? covered.Row(0) : smoothed[kSmoothedRows], rowBytes);
+    const int32_t rows = Min(kSmoothedRows, covered.lastRow - top - 1);
+    FilterBand(covered.Row(top), covered.width, rows, 1, covered.EndOfSmoothed(), smoothed[1],
+               sizeof(PixelRow), Smoothing{});
+    for (int32_t row = 1; row <= rows; ++row) {
+        smoothed[row][0] = covered.Row(top + row)[0];
+        smoothed[row][covered.lastColumn] = covered.Row(top + row)[covered.lastColumn];
+    }
+    if (rows < kSmoothedRows) {
+        memcpy(smoothed[rows + 1], covered.Row(covered.lastRow), rowBytes);
     }
 }
 
-// Smooths a row. The outermost rows and columns stay as they are: smoothing would look beyond the
-// covered part. Rows 0, 1, ... must be smoothed in this order.
-template <class Smoothing>
-void SmoothRow(const Covered& covered, int32_t y, CalcDirBScratch* scratch) {
-    const uint8_t* pixels = covered.Row(y);
-    uint8_t* out = scratch->smoothed[y % kRowsOfBlock];
-    if (y == 0) {
-        SumFirstRows<Smoothing>(covered, scratch);
-    }
-    if (y == 0 || y == covered.lastRow) {
-        memcpy(out, pixels, static_cast<size_t>(covered.lastColumn) + 1);
-        return;
-    }
-    const uint8_t* next = covered.Row(y + 1);
-    const SumRow& above = scratch->sumsAcross[(y - 1) % kSumRows];
-    const SumRow& here = scratch->sumsAcross[y % kSumRows];
-    SumRow& below = scratch->sumsAcross[(y + 1) % kSumRows];
-    ForEachVector(1, covered.EndOfSmoothed(), [next, out, &above, &here, &below](ptrdiff_t x) {
-        const typename Smoothing::Sums nextSums = Smoothing::Across(next + x);
-        Smoothing::Store(nextSums, below, x);
-        StoreVector(
-            Smoothing::Smoothed(Smoothing::Load(above, x), Smoothing::Load(here, x), nextSums),
-            out + x);
-    });
-    out[0] = pixels[0];
-    out[covered.lastColumn] = pixels[covered.lastColumn];
-}
+using RowSmoother = void (*)(const Covered& covered, int32_t top, CalcDirBScratch* scratch);
 
-using RowSmoother = void (*)(const Covered& covered, int32_t y, CalcDirBScratch* scratch);
-
-void FindProducts(const Covered& covered, RowSmoother smoothRow, int32_t blockRow,
+void FindProducts(const Covered& covered, RowSmoother smoothRows, int32_t blockRow,
                   int32_t blockColumns, CalcDirBScratch* scratch) {
-    const int32_t top = kBlockSide * blockRow;
+    const int32_t top = blockRow % kSmoothedBlocks * kBlockSide;
+    if (top == 0) {
+        smoothRows(covered, kBlockSide * blockRow, scratch);
+    }
     const uint8_t* rows[kRowsOfBlock];
     for (int32_t row = 0; row < kRowsOfBlock; ++row) {
-        if (row > 0 || top == 0) {
-            smoothRow(covered, top + row, scratch);
-        }
-        rows[row] = scratch->smoothed[(top + row) % kRowsOfBlock];
+        rows[row] = scratch->smoothed[top + row];
     }
     FindGradients(rows, blockColumns, &scratch->gradients);
     for (int32_t column = 0; column < blockColumns; column += 8) {
@@ -187,10 +152,11 @@ void CalcDirB(uint8_t* buffer, int32_t width, int32_t height) {
     scratch->mixedWindow.Clear(kReach);
     const Covered covered = {buffer, width, kBlockSide * columns, kBlockSide * layout.blockRows};
     const bool isBinary = width * height >= kVectorBytes && IsBinary(buffer, width * height);
-    const RowSmoother smoothRow = isBinary ? SmoothRow<BinarySmoothing> : SmoothRow<GreySmoothing>;
+    const RowSmoother smoothRows =
+        isBinary ? SmoothRows<BinarySmoothing> : SmoothRows<GreySmoothing>;
     for (int32_t entering = 0; entering < layout.blockRows + kReach; ++entering) {
         if (entering < layout.blockRows) {
-            FindProducts(covered, smoothRow, entering, columns, scratch);
+            FindProducts(covered, smoothRows, entering, columns, scratch);
         } else {
             memset(scratch->differences, 0, sizeof(scratch->differences));
             memset(scratch->mixed, 0, sizeof(scratch->mixed));

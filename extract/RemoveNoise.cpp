@@ -9,7 +9,7 @@
 #include "extract/BinaryImage.h"
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
-#include "extract/Vector.h"
+#include "extract/RowBands.h"
 
 namespace {
 
@@ -18,10 +18,8 @@ using namespace qorfp;
 constexpr int32_t kMajority = 1152;  // more than 4.5 x 255: at least five of nine pixels are 255
 constexpr int32_t kRows = 3;
 
-// Pixels of 255 among the three in a column, as 256 - count, for the row that is written and the one
-// below it; with room to read beyond either end.
 struct BinaryScratch {
-    uint8_t columns[2][kVectorBytes + kMaxStageWidth + kVectorBytes];
+    uint8_t copies[kMostBandCopies * kMaxStageWidth];
 };
 static_assert(FitsEveryImage(sizeof(BinaryScratch)), "fits behind every accepted image");
 
@@ -34,35 +32,29 @@ static_assert(FitsEveryImage(sizeof(PlainScratch)), "fits behind every accepted 
 
 // --- Binary images -------------------------------------------------------------------------------
 
-void CountColumns(const uint8_t* row, int32_t width, uint8_t* columns) {
-    ForEachVector(0, width, [&](ptrdiff_t x) {
-        StoreVector(LoadVector<U8x16>(row + x - width) + LoadVector<U8x16>(row + x) +
-                        LoadVector<U8x16>(row + x + width),
-                    columns + x);
-    });
-}
-
-void VoteBinaryRow(const uint8_t* columns, int32_t width, uint8_t* row) {
-    ForEachVector(0, width, [&](ptrdiff_t x) {
-        const U8x16 count = LoadVector<U8x16>(columns + x - 1) + LoadVector<U8x16>(columns + x) +
-                            LoadVector<U8x16>(columns + x + 1);
+// 255 is -1 in a byte: sums are of white pixels, negative.
+struct VoteFilter {
+    QORFP_INLINE static RowShares<U8x16> Share(const uint8_t* pixels) {
+        const U8x16 sums = LoadVector<U8x16>(pixels - 1) + LoadVector<U8x16>(pixels) +
+                           LoadVector<U8x16>(pixels + 1);
+        return {sums, sums};
+    }
+    QORFP_INLINE static U8x16 Finish(U8x16 sums) {
         constexpr int8_t kMinority = -4;
-        StoreVector(AsLanes<I8x16>(count) < kMinority, row + x);
-    });
-    row[0] = 255;
-    row[width - 1] = 255;
-}
+        return AsLanes<U8x16>(AsLanes<I8x16>(sums) < kMinority);
+    }
+};
 
 void RemoveBinary(uint8_t* image, int32_t width, int32_t height, BinaryScratch* scratch) {
-    CountColumns(image + width, width, scratch->columns[1] + kVectorBytes);
-    for (int32_t y = 1; y < height - 1; ++y) {
-        // Before row y is overwritten.
-        if (y + 1 < height - 1) {
-            CountColumns(image + (y + 1) * width, width,
-                         scratch->columns[(y + 1) % 2] + kVectorBytes);
-        }
-        VoteBinaryRow(scratch->columns[y % 2] + kVectorBytes, width, image + y * width);
-    }
+    ForEachBand(image, width, height, 1, height - 1, scratch->copies, kMostBandCopies,
+                [=](const uint8_t* above, int32_t top, int32_t rows) {
+                    uint8_t* out = image + top * width;
+                    FilterBand(above, width, rows, 1, width - 1, out, width, VoteFilter{});
+                    for (int32_t row = 0; row < rows; ++row) {
+                        out[row * width] = 255;
+                        out[row * width + width - 1] = 255;
+                    }
+                });
 }
 
 // --- The plain form ------------------------------------------------------------------------------
@@ -103,7 +95,8 @@ void RemoveNoise(uint8_t* buffer, int32_t width, int32_t height) {
         return;
     }
     uint8_t* scratch = buffer + layout.periodMap;
-    if (height > 2 && IsBinary(buffer, width, height)) {
+    if (height > 2 && width > kVectorBytes + 1 &&
+        HasRoom(layout.periodMap, sizeof(BinaryScratch)) && IsBinary(buffer, width, height)) {
         RemoveBinary(buffer, width, height, WorkAt<BinaryScratch>(scratch));
     } else {
         RemoveAny(buffer, width, height, WorkAt<PlainScratch>(scratch));

@@ -1,12 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// A row is overwritten while the row below still needs it; so what the rows need of each other, the
-// sums of three neighbours in a row, is taken one row ahead.
+// The columns between the first and the last one by vectors; those two have windows of their own.
 
 #include "preprocess/Mean3x3.h"
 
-#include <stddef.h>
-#include <string.h>
+#include "extract/RowBands.h"
 
 namespace {
 
@@ -37,70 +35,50 @@ static_assert(DividesExactly(2) && DividesExactly(3) && DividesExactly(4) && Div
 constexpr uint16_t kEndReciprocals[4] = {0, ReciprocalOf(2), ReciprocalOf(4), ReciprocalOf(6)};
 constexpr uint16_t kInsideReciprocals[4] = {0, ReciprocalOf(3), ReciprocalOf(6), ReciprocalOf(9)};
 
-// The sum of each pixel and its neighbours to the left and right, for 16 pixels from `pixels` on.
-U16x16 SumAcross(const uint8_t* pixels) {
-    return Widen(LoadVector<U8x16>(pixels - 1)) + Widen(LoadVector<U8x16>(pixels)) +
-           Widen(LoadVector<U8x16>(pixels + 1));
-}
+struct MeanFilter {
+    uint16_t reciprocal;
 
-// The same for the row's ends, which have one neighbour.
-void SumAtEnds(int32_t width, const uint8_t* row, uint16_t* sums) {
-    const int32_t last = width - 1;
-    sums[0] = static_cast<uint16_t>(row[0] + row[1]);
-    sums[last] = static_cast<uint16_t>(row[last - 1] + row[last]);
-}
-
-// Sums across three rows, of which the middle one is written. Rows outside the image are 0.
-struct Window {
-    uint16_t* above;
-    uint16_t* here;
-    uint16_t* below;
-    int32_t rowCount;  // of the image
-
-    uint8_t MeanAtEnd(int32_t x) const {
-        return Divide(above[x] + here[x] + below[x], kEndReciprocals[rowCount]);
+    // The sum of each pixel and its neighbours to the left and right.
+    QORFP_INLINE static RowShares<U16x16> Share(const uint8_t* pixels) {
+        const U8x16 centre = LoadVector<U8x16>(pixels);
+        const U16x8 pairs = EvenBytes(centre) + OddBytes(centre);
+        const U16x16 sums = {pairs + EvenBytes(LoadVector<U8x16>(pixels - 1)),
+                             pairs + OddBytes(LoadVector<U8x16>(pixels + 1))};
+        return {sums, sums};
     }
+    QORFP_INLINE U8x16 Finish(U16x16 sums) const { return Join(MultiplyHigh(sums, reciprocal)); }
 };
 
-// One row of means; belowAt(x) are the sums below.
-template <class BelowAt>
-void WriteMeans(int32_t width, const Window& window, BelowAt belowAt, uint8_t* out) {
-    const uint16_t* above = window.above;
-    const uint16_t* here = window.here;
-    const uint16_t reciprocal = kInsideReciprocals[window.rowCount];
-    ForEachVector(1, width - 1, [=](ptrdiff_t x) {
-        const U16x16 sum = LoadLanes(above + x) + LoadLanes(here + x) + belowAt(x);
-        StoreVector(Narrow(MultiplyHigh(sum, reciprocal)), out + x);
-    });
-    out[0] = window.MeanAtEnd(0);
-    out[width - 1] = window.MeanAtEnd(width - 1);
+// The means of a row's first or last pixel; `pixels` are that pixel and its neighbour.
+void WriteMeansAtEnd(const uint8_t* pixels, int32_t width, int32_t rows, uint16_t reciprocal,
+                     uint8_t* out) {
+    const auto sum = [](const uint8_t* row) { return row[0] + row[1]; };
+    int32_t here = sum(pixels + width);
+    int32_t both = sum(pixels) + here;
+    pixels += 2 * width;
+    for (int32_t row = 0; row < rows; ++row) {
+        const int32_t below = sum(pixels);
+        *out = Divide(both + below, reciprocal);
+        both = here + below;
+        here = below;
+        pixels += width;
+        out += width;
+    }
 }
 
 }  // namespace
 
-void qorfp::Mean3x3(int32_t width, int32_t height, uint8_t* image, uint16_t* sumRows) {
-    const size_t sumRowBytes = static_cast<size_t>(width) * sizeof(sumRows[0]);
-    Window window = {sumRows, sumRows + width, sumRows + 2 * width, 1};
-    memset(window.above, 0, sumRowBytes);
-    SumAtEnds(width, image, window.here);
-    ForEachVector(1, width - 1,
-                  [=](ptrdiff_t x) { StoreLanes(SumAcross(image + x), window.here + x); });
-    uint8_t* row = image;
-    for (int32_t y = 0; y < height - 1; ++y) {
-        const uint8_t* next = row + width;
-        uint16_t* below = window.below;
-        SumAtEnds(width, next, below);
-        const auto enterNext = [=](ptrdiff_t x) {
-            const U16x16 sums = SumAcross(next + x);
-            StoreLanes(sums, below + x);
-            return sums;
-        };
-        window.rowCount = y == 0 ? 2 : 3;
-        WriteMeans(width, window, enterNext, row);
-        window = {window.here, below, window.above, 2};
-        row += width;
-    }
-    memset(window.below, 0, sumRowBytes);
-    WriteMeans(
-        width, window, [](ptrdiff_t) { return U16x16{}; }, row);
+void qorfp::Mean3x3(int32_t width, int32_t height, uint8_t* image, uint8_t* copies,
+                    int32_t copyRows) {
+    const auto filter = [=](const uint8_t* above, int32_t top, int32_t rows) {
+        const int32_t rowCount = (top > 0 ? 1 : 0) + 1 + (top < height - 1 ? 1 : 0);
+        const uint16_t inside = kInsideReciprocals[rowCount];
+        const uint16_t atEnds = kEndReciprocals[rowCount];
+        uint8_t* out = image + top * width;
+        const int32_t last = width - 1;
+        FilterBand(above, width, rows, 1, last, out, width, MeanFilter{inside});
+        WriteMeansAtEnd(above, width, rows, atEnds, out);
+        WriteMeansAtEnd(above + last - 1, width, rows, atEnds, out + last);
+    };
+    ForEachBand(image, width, height, 0, height, copies, copyRows, filter);
 }

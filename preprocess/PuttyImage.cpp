@@ -6,7 +6,7 @@
 #include <string.h>
 
 #include "engine/Work.h"
-#include "extract/Vector.h"
+#include "extract/RowBands.h"
 #include "preprocess/FPPreprocess.h"
 
 namespace {
@@ -36,60 +36,22 @@ static_assert(DividesExactly(), "every weighted sum, which also fits 16 bits");
 
 constexpr int32_t kMinVectorWidth = kVectorBytes + 2;
 
-// What 16 pixels of a row, from `pixels` on, give to the weighted sums of their own row, and to
-// those of the rows above and below.
-struct Shares {
-    U16x16 own;
-    U16x16 neighbours;
-};
+struct PuttyFilter {
+    U16x8 centreWeight = Factor(kCentreWeight);
+    U16x8 edgeWeight = Factor(kEdgeWeight);
+    U16x8 cornerWeight = Factor(kCornerWeight);
 
-Shares SharesOf(const uint8_t* pixels) {
-    const U16x16 centre = Widen(LoadVector<U8x16>(pixels));
-    const U16x16 sides =
-        Widen(LoadVector<U8x16>(pixels - 1)) + Widen(LoadVector<U8x16>(pixels + 1));
-    // The weights in as few steps as there are, with the eightfold centre used twice.
-    static_assert(kCentreWeight == 8 * 9 && kEdgeWeight == 8 - 1 && kCornerWeight == 4 + 1,
-                  "as calculated");
-    const U16x16 eightfold = centre << 3;
-    return {((eightfold + centre + sides) << 3) - sides,
-            (eightfold - centre) + ((sides << 2) + sides)};
-}
-
-// The shares of a row whose pixels are overwritten.
-struct RowShares {
-    uint16_t* own;
-    uint16_t* neighbours;
-
-    void Store(const Shares& shares, ptrdiff_t x) const {
-        StoreLanes(shares.own, own + x);
-        StoreLanes(shares.neighbours, neighbours + x);
+    QORFP_INLINE RowShares<U16x16> Share(const uint8_t* pixels) const {
+        const U16x16 centre = Split(LoadVector<U8x16>(pixels));
+        const U16x16 sides = {centre.high + EvenBytes(LoadVector<U8x16>(pixels - 1)),
+                              centre.low + OddBytes(LoadVector<U8x16>(pixels + 1))};
+        return {centre * centreWeight + sides * edgeWeight,
+                centre * edgeWeight + sides * cornerWeight};
+    }
+    QORFP_INLINE static U8x16 Finish(U16x16 sums) {
+        return Join(MultiplyHigh(sums >> 3, kReciprocalOf15));
     }
 };
-constexpr int32_t kRowsOfShares = 3;  // above, at and below the row that is written
-
-void FilterByVectors(int32_t width, int32_t height, uint8_t* image, uint16_t* scratch) {
-    RowShares above = {scratch, scratch + width};
-    RowShares here = {scratch + 2 * width, scratch + 3 * width};
-    RowShares below = {scratch + 4 * width, scratch + 5 * width};
-    ForEachVector(1, width - 1, [=](ptrdiff_t x) {
-        above.Store(SharesOf(image + x), x);
-        here.Store(SharesOf(image + width + x), x);
-    });
-    for (int32_t y = 1; y < height - 1; ++y) {
-        uint8_t* row = image + y * width;
-        ForEachVector(1, width - 1, [=](ptrdiff_t x) {
-            const Shares shares = SharesOf(row + width + x);
-            below.Store(shares, x);
-            const U16x16 sum =
-                LoadLanes(above.neighbours + x) + LoadLanes(here.own + x) + shares.neighbours;
-            StoreVector(Narrow(MultiplyHigh(sum >> 3, kReciprocalOf15)), row + x);
-        });
-        const RowShares done = above;
-        above = here;
-        here = below;
-        below = done;
-    }
-}
 
 // --- Pixel by pixel, for narrow images and where there is little room -----------------------
 
@@ -129,11 +91,14 @@ void PuttyImage(int32_t width, int32_t height, uint8_t* image) {
         return;
     }
     const int64_t scratchAt = static_cast<int64_t>(width) * height;
-    const int64_t sharesAt = (scratchAt + 1) / 2 * 2;
     const int64_t rowBytes = width;
-    const int64_t sharesBytes = 2 * kRowsOfShares * 2 * rowBytes;
-    if (width >= kMinVectorWidth && sharesAt + sharesBytes <= kWorkBytes) {
-        FilterByVectors(width, height, image, WorkAt<uint16_t>(image + sharesAt));
+    const int32_t copyRows = BandCopiesIn(kWorkBytes - scratchAt, width);
+    if (width >= kMinVectorWidth && copyRows >= kLeastBandCopies) {
+        ForEachBand(image, width, height, 1, height - 1, image + scratchAt, copyRows,
+                    [=](const uint8_t* above, int32_t top, int32_t rows) {
+                        FilterBand(above, width, rows, 1, width - 1, image + top * width, width,
+                                   PuttyFilter{});
+                    });
     } else if (scratchAt + 2 * rowBytes <= kWorkBytes) {
         FilterByPixels(width, height, image, image + scratchAt);
     }

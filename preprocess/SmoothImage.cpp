@@ -6,6 +6,7 @@
 #include <string.h>
 
 #include "engine/Work.h"
+#include "extract/RowBands.h"
 #include "preprocess/BoxMean.h"
 #include "preprocess/FPPreprocess.h"
 #include "preprocess/Mean3x3.h"
@@ -74,9 +75,10 @@ void SmoothImage(int32_t width, int32_t height, uint8_t* image, int32_t radius) 
         return;
     }
     if (radius == 1 && width >= kMinWidthOfMean3x3) {
-        // The rows by which the source is not moved make room for more sums.
-        static_assert(2 * kSumRowsOfMean3x3 == 1 + 1 + 4, "bytes a column");
-        Mean3x3(width, height, image, WorkAt<uint16_t>(image + (imageBytes + 1) / 2 * 2));
+        // The rows by which the source is not moved, and what the sums would take, make room.
+        static_assert(kLeastBandCopies <= 1 + 1 + 4, "bytes a column");
+        Mean3x3(width, height, image, image + imageBytes,
+                BandCopiesIn(kWorkBytes - imageBytes, width));
         return;
     }
     uint8_t* source = image + movedAt;
