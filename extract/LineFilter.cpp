@@ -14,6 +14,7 @@ using namespace qorfp;
 
 constexpr int32_t kWholeWeight = 256;  // of a line
 constexpr int32_t kLeastWeight = 22;   // of a centre
+constexpr uint16_t kLower = 0x00FF;
 
 // floor(2^16 / weight), in place of a division by a weight.
 struct Reciprocals {
@@ -33,6 +34,24 @@ U16x8 Divide(U16x8 sums, U16x8 weights, U16x8 reciprocals) {
     const U16x8 quotients = MultiplyHigh(sums, reciprocals);
     const U16x8 rests = sums - quotients * weights;  // less than 2 x weight
     return quotients - AsLanes<U16x8>(AsLanes<I16x8>(rests) >= AsLanes<I16x8>(weights));
+}
+
+// An address of which compilers do not know how it came about.
+template <class Type>
+const Type* Hidden(const Type* address) {
+    __asm__("" : "+r"(address));
+    return address;
+}
+
+// A tile, as it is in quad rows.
+template <bool kIsBinary>
+U16x8 LoadTile(const uint8_t* tile) {
+    if constexpr (kIsBinary) {
+        return LoadVector<U16x8>(tile);
+    } else {
+        return AsLanes<U16x8>(
+            Join({LoadVector<U16x8>(tile), LoadVector<U16x8>(tile + kQuadBytes)}));
+    }
 }
 
 }  // namespace
@@ -56,28 +75,28 @@ void qorfp::MakeSampleLines(bool isBinary, SampleLines* lines) {
     }
 }
 
-// Two pixels share a 16-bit lane, 256 x upper + lower. Both have weighted sums of at most
-// 256 x 255: the upper one is summed by itself, the lower one is what then remains of the lanes' own
-// sum, modulo 65,536.
 void qorfp::SmoothInside(const SampleLines& lines, const uint8_t* map, int32_t blocks,
                          const uint8_t* tile, uint8_t* out) {
-    constexpr uint16_t kUpper = 0xFF00;
+    // One address for either half, so that an offset is added to it by the load itself.
+    const uint8_t* odd = Hidden(tile + kQuadBytes);
     for (const uint8_t* end = map + blocks; map != end; ++map) {
         const SampleLine& line = lines.of[*map & kOrientationMask];
-        const U16x8 centre = LoadVector<U16x8>(tile);
         const U16x8 centreWeights = LoadVector<U16x8>(line.centreWeights);
-        U16x8 laneSums = centre * centreWeights;
-        U16x8 upperSums = (centre >> 8) * centreWeights;
+        // At most 256 x 255.
+        U16x8 evenSums = LoadVector<U16x8>(tile) * centreWeights;
+        U16x8 oddSums = LoadVector<U16x8>(odd) * centreWeights;
         for (const SamplePair& pair : line.pairs) {
-            const U16x8 a = LoadVector<U16x8>(tile + pair.ahead);
-            const U16x8 b = LoadVector<U16x8>(tile + pair.behind);
             const U16x8 weights = LoadVector<U16x8>(pair.weights);
-            laneSums += (a + b) * weights;
-            upperSums += ((a >> 8) + (b >> 8)) * weights;
+            evenSums +=
+                (LoadVector<U16x8>(tile + pair.ahead) + LoadVector<U16x8>(tile + pair.behind)) *
+                weights;
+            oddSums +=
+                (LoadVector<U16x8>(odd + pair.ahead) + LoadVector<U16x8>(odd + pair.behind)) *
+                weights;
         }
-        const U16x8 lowerSums = laneSums - (upperSums << 8);
-        StoreVector((upperSums & kUpper) | (lowerSums >> 8), out);  // the weights sum to 256
+        StoreVector(Join({evenSums >> 8, oddSums >> 8}), out);  // the weights sum to 256
         tile += kTileBytes;
+        odd += kTileBytes;
         out += kTileBytes;
     }
 }
@@ -103,19 +122,24 @@ void qorfp::SmoothBinaryInside(const SampleLines& lines, const uint8_t* map, int
     }
 }
 
+// Two pixels share a 16-bit lane, 256 x upper + lower. Both have weighted sums of at most
+// 256 x 255: the upper one is summed by itself, the lower one is what then remains of the lanes' own
+// sum, modulo 65,536.
+template <bool kIsBinary>
 void qorfp::SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const uint8_t* inside,
                            uint8_t* out) {
-    constexpr uint16_t kLower = 0x00FF;
-    const U16x8 centre = LoadVector<U16x8>(tile);
+    const U16x8 centre = LoadTile<kIsBinary>(tile);
     const U16x8 centreWeights = LoadVector<U16x8>(line.centreWeights) & kLower;
     U16x8 laneSums = centre * centreWeights;
     U16x8 upperSums = (centre >> 8) * centreWeights;
     U16x8 laneWeights = {};  // without the centre's: less than 256, upper and lower
-    for (const SamplePair& pair : line.pairs) {
+    const SamplePair* end = Hidden(line.pairs + kMostPairs);  // so that the loop stays one
+    for (const SamplePair* at = line.pairs; at != end; ++at) {
+        const SamplePair& pair = *at;
         const U16x8 isInA = LoadVector<U16x8>(inside + pair.ahead);
         const U16x8 isInB = LoadVector<U16x8>(inside + pair.behind);
-        const U16x8 a = LoadVector<U16x8>(tile + pair.ahead) & isInA;
-        const U16x8 b = LoadVector<U16x8>(tile + pair.behind) & isInB;
+        const U16x8 a = LoadTile<kIsBinary>(tile + pair.ahead) & isInA;
+        const U16x8 b = LoadTile<kIsBinary>(tile + pair.behind) & isInB;
         const U16x8 weights = LoadVector<U16x8>(pair.weights) & kLower;
         laneSums += (a + b) * weights;
         upperSums += ((a >> 8) + (b >> 8)) * weights;
@@ -130,4 +154,13 @@ void qorfp::SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const ui
         Divide(laneSums - (upperSums << 8), sideWeights.low + centreWeights, reciprocals.low);
     const U16x8 upper = Divide(upperSums, sideWeights.high + centreWeights, reciprocals.high);
     StoreVector(upper << 8 | lower, out);
+}
+
+template void qorfp::SmoothAtBorder<false>(const SampleLine& line, const uint8_t* tile,
+                                           const uint8_t* inside, uint8_t* out);
+template void qorfp::SmoothAtBorder<true>(const SampleLine& line, const uint8_t* tile,
+                                          const uint8_t* inside, uint8_t* out);
+
+void qorfp::CopyTile(bool isBinary, const uint8_t* tile, uint8_t* out) {
+    StoreVector(isBinary ? LoadTile<true>(tile) : LoadTile<false>(tile), out);
 }

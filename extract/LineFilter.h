@@ -2,13 +2,18 @@
 //
 // The oriented line filter of ridge smoothing, for all 16 pixels of a block at once.
 //
-// The source is kept as quad rows: four image rows, column by column. A 4 x 4 tile of the image is
-// then 16 bytes in one piece, wherever it lies:
+// The source of a binary image is kept as quad rows: four image rows, column by column. A 4 x 4 tile
+// of the image is then 16 bytes in one piece, wherever it lies:
 //
 //      row top      a e i m ..
 //      row top + 1  b f j n ..      quad row top:  a b c d e f g h i j k l m n o p ..
 //      row top + 2  c g k o ..
 //      row top + 3  d h l p ..
+//
+// That of a grey one is kept as pair rows of 16-bit numbers, of as many bytes: two image rows, one
+// between them. A tile is then a vector of two pair rows each:
+//
+//      pair row top:  a c e g i k m o ..       pair row top + 1:  b d f h j l n p ..
 #pragma once
 
 #include <stdint.h>
@@ -54,21 +59,27 @@ struct SampleLines {
 ///        numbers
 void MakeSampleLines(bool isBinary, SampleLines* lines);
 
-/// Smooths `blocks` blocks side by side of which every sample is taken as it lies in memory.
+/// Smooths `blocks` blocks side by side, of a grey image, of which every sample is taken as it lies in
+/// memory.
 /// @param map their orientations
-/// @param tile the first one's tile in the quad rows
-/// @param out the smoothed tiles
+/// @param tile the first one's tile in the pair rows
+/// @param out the smoothed tiles, as in quad rows
 void SmoothInside(const SampleLines& lines, const uint8_t* map, int32_t blocks, const uint8_t* tile,
                   uint8_t* out);
 
-/// The same of a binary image.
+/// The same of a binary image and its quad rows.
 void SmoothBinaryInside(const SampleLines& lines, const uint8_t* map, int32_t blocks,
                         const uint8_t* tile, uint8_t* out);
 
-/// Smooths a block whose samples outside the image do not count; of any image.
-/// @param inside what `tile` is to the quad rows, in rows of 255 for each pixel of the image and 0
+/// Smooths a block whose samples outside the image do not count.
+/// @param tile in quad rows of a binary image, in pair rows of a grey one
+/// @param inside what `tile` is to the quad rows, in quad rows of 255 for each pixel of the image and 0
 ///        outside
+template <bool kIsBinary>
 void SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const uint8_t* inside,
                     uint8_t* out);
+
+/// Takes a tile as it is.
+void CopyTile(bool isBinary, const uint8_t* tile, uint8_t* out);
 
 }  // namespace qorfp

@@ -19,19 +19,19 @@ namespace {
 
 using namespace qorfp;
 
-// A block row samples the quad rows whose top rows lie up to kLineReach above and below its own:
-// eleven, of the twelve in three groups of four. Each block row needs one new group. Three are kept,
+// A block row samples the quad rows whose top rows lie up to kLineReach above and below its own, and
+// of grey images one more: twelve, in three groups of four. Each block row needs one new group. Three are kept,
 // and copies of two behind them, so that any three in sequence lie in one piece.
 constexpr int32_t kGroups = 3;
 constexpr int32_t kQuadRows = kGroups * kBlockSide;
 constexpr int32_t kCopiedGroups = kGroups - 1;
 constexpr int32_t kGroupBytes = kBlockSide * kQuadBytes;
 constexpr int32_t kRowsOfGroup = 2 * kBlockSide - 1;  // of the image
-static_assert(kQuadRows > 2 * kLineReach, "from kLineReach above to kLineReach below");
+static_assert(kQuadRows == kLineReach + 1 + kLineReach + 1, "above, at and below, and one more");
 
 // The top row of a group's first quad row. The groups of block row by are by, by + 1 and by + 2.
 constexpr int32_t TopOfGroup(int32_t group) {
-    return kBlockSide * group - kLineReach;
+    return kBlockSide * group + 1 - kLineReach;
 }
 
 struct SmoothRidgeScratch {
@@ -51,9 +51,10 @@ struct Image {
     uint8_t* Row(int32_t y) const { return pixels + y * width; }
 };
 
-// Makes the quad rows of a group. On images of a width 1 modulo 4, samples go to the column behind a
+// Makes the quad rows of a group, of a binary image; of a grey one, its pair rows. On images of a width 1 modulo 4, samples go to the column behind a
 // row's end: that is the next row's first pixel. What stands for rows outside the image does not
 // matter.
+template <bool kIsBinary>
 void MakeGroup(const Image& image, int32_t group, SmoothRidgeScratch* scratch) {
     int32_t columns = image.width + (image.width % kBlockSide == 1 ? 1 : 0);
     const uint8_t* rows[kRowsOfGroup];
@@ -81,10 +82,17 @@ void MakeGroup(const Image& image, int32_t group, SmoothRidgeScratch* scratch) {
         }
         uint8_t* out = quads + kBlockSide * x;
         for (int32_t row = 0; row < kBlockSide; ++row) {
-            StoreVector(InterleaveLow(lows[row], lows[row + 1]), out);
-            StoreVector(InterleaveHigh(lows[row], lows[row + 1]), out + kTileBytes);
-            StoreVector(InterleaveLow(highs[row], highs[row + 1]), out + 2 * kTileBytes);
-            StoreVector(InterleaveHigh(highs[row], highs[row + 1]), out + 3 * kTileBytes);
+            if constexpr (kIsBinary) {
+                StoreVector(InterleaveLow(lows[row], lows[row + 1]), out);
+                StoreVector(InterleaveHigh(lows[row], lows[row + 1]), out + kTileBytes);
+                StoreVector(InterleaveLow(highs[row], highs[row + 1]), out + 2 * kTileBytes);
+                StoreVector(InterleaveHigh(highs[row], highs[row + 1]), out + 3 * kTileBytes);
+            } else {
+                StoreVector(WidenLow(lows[row]), out);
+                StoreVector(WidenHigh(lows[row]), out + kTileBytes);
+                StoreVector(WidenLow(highs[row]), out + 2 * kTileBytes);
+                StoreVector(WidenHigh(highs[row]), out + 3 * kTileBytes);
+            }
             out += kQuadBytes;
         }
     });
@@ -137,6 +145,7 @@ void SmoothBlockRow(const Image& image, const ExtractLayout& layout, int32_t by,
         smooth(scratch->lines, map + firstInside, endInside - firstInside,
                tiles + kTileBytes * firstInside, scratch->tiles[firstInside]);
     }
+    const auto smoothAtBorder = isBinary ? SmoothAtBorder<true> : SmoothAtBorder<false>;
     for (int32_t bx = 0; bx < layout.blockColumns; ++bx) {
         if (bx == firstInside && firstInside < endInside) {
             bx = endInside;
@@ -144,10 +153,10 @@ void SmoothBlockRow(const Image& image, const ExtractLayout& layout, int32_t by,
         const uint8_t* tile = tiles + kTileBytes * bx;
         const int32_t orientation = map[bx] & kOrientationMask;
         if (orientation < kOrientations) {
-            SmoothAtBorder(scratch->lines.of[orientation], tile, inside + kTileBytes * bx,
+            smoothAtBorder(scratch->lines.of[orientation], tile, inside + kTileBytes * bx,
                            scratch->tiles[bx]);
         } else {
-            memcpy(scratch->tiles[bx], tile, kTileBytes);
+            CopyTile(isBinary, tile, scratch->tiles[bx]);
         }
     }
 }
@@ -199,11 +208,12 @@ void SmoothRidge(uint8_t* buffer, int32_t width, int32_t height) {
     SmoothRidgeScratch* scratch = WorkAt<SmoothRidgeScratch>(buffer + layout.periodMap);
     const bool isBinary = IsBinary(buffer, width, height);
     MakeSampleLines(isBinary, &scratch->lines);
-    MakeGroup(image, 0, scratch);
-    MakeGroup(image, 1, scratch);
+    const auto makeGroup = isBinary ? MakeGroup<true> : MakeGroup<false>;
+    makeGroup(image, 0, scratch);
+    makeGroup(image, 1, scratch);
     for (int32_t by = 0; by < layout.blockRows; ++by) {
         // The group's rows lie below all that has been written back so far.
-        MakeGroup(image, by + 2, scratch);
+        makeGroup(image, by + 2, scratch);
         if (by <= 1 || by >= layout.blockRows - 2) {
             MarkInside(image, by, scratch);  // the same for all block rows between
         }
