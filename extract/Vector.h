@@ -358,28 +358,30 @@ inline U16x16 MultiplyHigh(U16x16 lanes, uint16_t factor) {
 #pragma GCC diagnostic ignored "-Wsign-conversion"
 #endif
 
-/// The table's entries at eight indices.
+/// The table's entries at eight indices, which lie kStep bytes apart.
+template <int32_t kStep>
 inline U16x8 LookUpEight(const uint16_t* table, const uint8_t* at) {
 #if defined(__SSE2__)
     // One insertion a lane; the general form below becomes moves and interleavings.
     __m128i entries = _mm_cvtsi32_si128(table[at[0]]);
-    entries = _mm_insert_epi16(entries, table[at[1]], 1);
-    entries = _mm_insert_epi16(entries, table[at[2]], 2);
-    entries = _mm_insert_epi16(entries, table[at[3]], 3);
-    entries = _mm_insert_epi16(entries, table[at[4]], 4);
-    entries = _mm_insert_epi16(entries, table[at[5]], 5);
-    entries = _mm_insert_epi16(entries, table[at[6]], 6);
-    entries = _mm_insert_epi16(entries, table[at[7]], 7);
+    entries = _mm_insert_epi16(entries, table[at[kStep]], 1);
+    entries = _mm_insert_epi16(entries, table[at[2 * kStep]], 2);
+    entries = _mm_insert_epi16(entries, table[at[3 * kStep]], 3);
+    entries = _mm_insert_epi16(entries, table[at[4 * kStep]], 4);
+    entries = _mm_insert_epi16(entries, table[at[5 * kStep]], 5);
+    entries = _mm_insert_epi16(entries, table[at[6 * kStep]], 6);
+    entries = _mm_insert_epi16(entries, table[at[7 * kStep]], 7);
     return AsLanes<U16x8>(entries);
 #else
-    return U16x8{table[at[0]], table[at[1]], table[at[2]], table[at[3]],
-                 table[at[4]], table[at[5]], table[at[6]], table[at[7]]};
+    return U16x8{table[at[0]],         table[at[kStep]],     table[at[2 * kStep]],
+                 table[at[3 * kStep]], table[at[4 * kStep]], table[at[5 * kStep]],
+                 table[at[6 * kStep]], table[at[7 * kStep]]};
 #endif
 }
 
 /// The table's entries at sixteen indices.
 inline U16x16 LookUp(const uint16_t* table, const uint8_t* at) {
-    return {LookUpEight(table, at), LookUpEight(table, at + 8)};
+    return {LookUpEight<1>(table, at), LookUpEight<1>(table, at + 8)};
 }
 
 /// The bytes from[at[0]], from[at[0] + 1], from[at[1]], from[at[1] + 1], ... of eight indices.

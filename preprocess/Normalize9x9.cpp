@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Two windows slide down the image: the one of the local means, and, four rows behind, the one of
-// the deviations from them. Each is kept as the sums of its columns; nine of these are added as
-// three times three.
+// the deviations from them. Each is kept as the sums of its columns. Rows are worked through as whole
+// vectors; behind an image's last column all is 0.
 
 #include "preprocess/Normalize9x9.h"
 
@@ -70,67 +70,85 @@ int32_t CountAround(int32_t y, int32_t height) {
     return above + 1 + below;
 }
 
+// Behind the last column they are 0: so are the means there, and the deviations from them.
 void FillReciprocals(int32_t width, Normalize9x9Scratch* scratch) {
+    memset(scratch->reciprocals, 0, sizeof(scratch->reciprocals));
     for (int32_t x = 0; x < width; ++x) {
         const int32_t columns = CountAround(x, width);
         for (int32_t rows = 0; rows < kCounts; ++rows) {
-            scratch->reciprocals[rows][x] = kCountReciprocals.at[rows][columns - kMinCount];
+            Normalize9x9Scratch::Reciprocals& row = scratch->reciprocals[rows];
+            (x % 2 == 0 ? row.even : row.odd)[x / 2] =
+                kCountReciprocals.at[rows][columns - kMinCount];
         }
     }
 }
 
 // --- Windows --------------------------------------------------------------------------------
 
-// The columns after a row has entered the window and another has left it.
-void Slide(int32_t width, const uint8_t* entering, const uint8_t* leaving, const uint16_t* before,
-           uint16_t* after) {
-    const uint16_t* from = before + kReach;
-    uint16_t* to = after + kReach;
-    ForEachVector(0, width, [=](ptrdiff_t x) {
-        StoreLanes(LoadLanes(from + x) + Widen(LoadVector<U8x16>(entering + x)) -
-                       Widen(LoadVector<U8x16>(leaving + x)),
-                   to + x);
-    });
+using Columns = Normalize9x9Scratch::Columns;
+
+U16x8 Load(const uint16_t* from) {
+    return LoadVector<U16x8>(from);
 }
 
-// Sums of three columns, from each one on. Inlined at both calls it would double the whole stage.
-__attribute__((noinline)) void SumThrees(int32_t width, const uint16_t* columns, uint16_t* threes) {
-    ForEachVector(0, width + kSide - 3, [=](ptrdiff_t x) {
-        const uint16_t* at = columns + x;
-        StoreLanes(LoadLanes(at) + LoadLanes(at + 1) + LoadLanes(at + 2), threes + x);
-    });
+// Sixteen columns, from column 2 i on, after a row has entered the window and another has left it.
+void SlideAt(int32_t i, U8x16 entering, U8x16 leaving, Columns* columns) {
+    const int32_t at = Normalize9x9Scratch::kEdge + i;
+    const U16x8 even = Load(columns->even + at) + EvenBytes(entering) - EvenBytes(leaving);
+    const U16x8 odd = Load(columns->odd + at) + OddBytes(entering) - OddBytes(leaving);
+    StoreVector(even, columns->even + at);
+    StoreVector(odd, columns->odd + at);
+    StoreVector(even + odd, columns->pairs + at);
+}
+
+// Inlined at both calls it would be half of the stage.
+__attribute__((noinline)) void Slide(int32_t width, const uint8_t* entering, const uint8_t* leaving,
+                                     Columns* columns) {
+    for (int32_t i = 0; 2 * i < width; i += kVectorBytes / 2) {
+        SlideAt(i, LoadVector<U8x16>(entering + 2 * i), LoadVector<U8x16>(leaving + 2 * i),
+                columns);
+    }
 }
 
 // The means over the windows around a row's pixels.
 class WindowMeans {
   public:
-    WindowMeans(int32_t width, int32_t rows, const uint16_t* columns, Normalize9x9Scratch* scratch)
-        : threes_(scratch->threes),
-          reciprocals_(scratch->reciprocals[rows - kMinCount]),
-          shift_(ShiftFor(rows)) {
-        SumThrees(width, columns, scratch->threes);
-    }
+    WindowMeans(const Columns& columns, int32_t rows, const Normalize9x9Scratch& scratch)
+        : columns_(columns),
+          reciprocals_(scratch.reciprocals[rows - kMinCount]),
+          shift_(ShiftFor(rows)) {}
 
-    U8x16 At(ptrdiff_t x) const {
-        const uint16_t* at = threes_ + x;
-        const U16x16 sums = LoadLanes(at) + LoadLanes(at + 3) + LoadLanes(at + 6);
-        return Narrow(MultiplyHigh(sums, LoadLanes(reciprocals_ + x)) >> shift_);
+    // Of sixteen pixels, from column 2 i on. The windows around an even column and the odd one after
+    // it have three pairs of columns in common.
+    U8x16 At(int32_t i) const {
+        const int32_t at = Normalize9x9Scratch::kEdge + i;
+        const uint16_t* pairs = columns_.pairs + at;
+        const U16x8 common = Load(pairs - 1) + Load(pairs) + Load(pairs + 1);
+        const U16x16 sums = {common + Load(pairs - 2) + Load(columns_.even + at + 2),
+                             common + Load(pairs + 2) + Load(columns_.odd + at - 2)};
+        const U16x16 reciprocals = {Load(reciprocals_.even + i), Load(reciprocals_.odd + i)};
+        return Join(MultiplyHigh(sums, reciprocals) >> shift_);
     }
 
   private:
-    const uint16_t* threes_;
-    const uint16_t* reciprocals_;
+    const Columns& columns_;
+    const Normalize9x9Scratch::Reciprocals& reciprocals_;
     int32_t shift_;
 };
 
+// Writes a row of means. The deviations from them enter their window, and those of the row kSide
+// above, in whose place they are kept, leave it.
 void WriteMeans(int32_t width, const WindowMeans& window, const uint8_t* pixels, uint8_t* means,
-                uint8_t* deviations) {
-    ForEachVector(0, width, [=](ptrdiff_t x) {
-        const U8x16 here = LoadVector<U8x16>(pixels + x);
-        const U8x16 mean = window.At(x);
-        StoreVector(mean, means + x);
-        StoreVector(Greatest(mean, here) - Least(mean, here), deviations + x);
-    });
+                uint8_t* deviations, Columns* deviationColumns) {
+    for (int32_t i = 0; 2 * i < width; i += kVectorBytes / 2) {
+        const U8x16 here = LoadVector<U8x16>(pixels + 2 * i);
+        const U8x16 mean = window.At(i);
+        const U8x16 deviation = Greatest(mean, here) - Least(mean, here);
+        const U8x16 leaving = LoadVector<U8x16>(deviations + 2 * i);
+        StoreVector(mean, means + 2 * i);
+        StoreVector(deviation, deviations + 2 * i);
+        SlideAt(i, deviation, leaving, deviationColumns);
+    }
 }
 
 // --- Stretch --------------------------------------------------------------------------------
@@ -151,8 +169,9 @@ constexpr RangeReciprocals kRangeReciprocals = MakeRangeReciprocals();
 
 // 255 x inside / range, for inside <= range and range > 0.
 U16x8 Stretch(U16x8 inside, U16x8 range, U16x8 reciprocal) {
-    const U16x8 estimate = MultiplyHigh(inside << 8, reciprocal);  // the quotient, or one more
-    const U16x8 rest = 255 * inside - estimate * range;            // -range .. range - 1
+    const U16x8 inside256 = inside << 8;
+    const U16x8 estimate = MultiplyHigh(inside256, reciprocal);  // the quotient, or one more
+    const U16x8 rest = inside256 - inside - estimate * range;    // -range .. range - 1
     return estimate + AsLanes<U16x8>(AsLanes<I16x8>(rest) >> 15);
 }
 
@@ -173,73 +192,88 @@ static_assert(EstimatesAreCloseEnough(), "the sign of the rest tells which");
 // For each pixel the range of its band, and where in it the pixel lies.
 void FindRanges(int32_t width, const uint8_t* pixels, const uint8_t* means,
                 const WindowMeans& window, uint8_t* ranges, uint8_t* insides) {
-    ForEachVector(0, width, [=](ptrdiff_t x) {
-        const U8x16 here = LoadVector<U8x16>(pixels + x);
-        const U8x16 mean = LoadVector<U8x16>(means + x);
-        const U8x16 deviation = window.At(x);
+    for (int32_t i = 0; 2 * i < width; i += kVectorBytes / 2) {
+        const U8x16 here = LoadVector<U8x16>(pixels + 2 * i);
+        const U8x16 mean = LoadVector<U8x16>(means + 2 * i);
+        const U8x16 deviation = window.At(i);
         const U8x16 down = Least(mean, deviation);
         const U8x16 range = down + Least(~mean, deviation);  // ~mean is 255 - mean
         const U8x16 low = mean - down;
         const U8x16 inside = Least(Greatest(here, low) - low, range);
         // A flat neighbourhood keeps its pixel: that is stretched from 0..255 to 0..255.
         const U8x16 isFlat = AsLanes<U8x16>(range == 0);
-        StoreVector(range | isFlat, ranges + x);
-        StoreVector(inside | (here & isFlat), insides + x);
-    });
+        StoreVector(range | isFlat, ranges + 2 * i);
+        StoreVector(inside | (here & isFlat), insides + 2 * i);
+    }
 }
 
 void StretchRow(int32_t width, const uint8_t* ranges, const uint8_t* insides, uint8_t* out) {
-    ForEachVector(0, width, [=](ptrdiff_t x) {
-        const U8x16 range = LoadVector<U8x16>(ranges + x);
-        const U8x16 inside = LoadVector<U8x16>(insides + x);
-        const U16x16 reciprocal = LookUp(kRangeReciprocals.at, ranges + x);
-        const U16x8 low = Stretch(WidenLow(inside), WidenLow(range), reciprocal.low);
-        const U16x8 high = Stretch(WidenHigh(inside), WidenHigh(range), reciprocal.high);
-        StoreVector(Narrow(low, high), out + x);
-    });
+    for (int32_t x = 0; x < width; x += kVectorBytes) {
+        const U16x16 range = Split(LoadVector<U8x16>(ranges + x));
+        const U16x16 inside = Split(LoadVector<U8x16>(insides + x));
+        const uint16_t* reciprocals = kRangeReciprocals.at;
+        StoreVector(
+            Join({Stretch(inside.low, range.low, LookUpEight<2>(reciprocals, ranges + x)),
+                  Stretch(inside.high, range.high, LookUpEight<2>(reciprocals, ranges + x + 1))}),
+            out + x);
+    }
+}
+
+void ClearBehind(int32_t width, uint8_t* row) {
+    memset(row + width, 0, static_cast<size_t>(-width & (kVectorBytes - 1)));
 }
 
 }  // namespace
 
 void qorfp::Normalize9x9(int32_t width, int32_t height, const uint8_t* source, uint8_t* out,
                          Normalize9x9Scratch* scratch) {
-    memset(scratch->pixelColumns, 0, sizeof(scratch->pixelColumns));
-    memset(scratch->deviationColumns, 0, sizeof(scratch->deviationColumns));
+    memset(&scratch->pixelColumns, 0, sizeof(scratch->pixelColumns));
+    memset(&scratch->deviationColumns, 0, sizeof(scratch->deviationColumns));
+    memset(scratch->deviations, 0, sizeof(scratch->deviations));
     memset(scratch->emptyRow, 0, sizeof(scratch->emptyRow));
     FillReciprocals(width, scratch);
 
+    const bool isWhole = width % kVectorBytes == 0;
+    const size_t rowBytes = static_cast<size_t>(width);
     const auto isInside = [=](int32_t y) { return y >= 0 && y < height; };
-    const auto ring = [](int32_t y) { return y % Normalize9x9Scratch::kRingRows; };
     const auto pixelRow = [=](int32_t y) {
-        return isInside(y) ? source + y * width : scratch->emptyRow;
+        return !isInside(y) ? scratch->emptyRow
+               : isWhole    ? source + y * width
+                            : scratch->pixels[y % kSide];
     };
-    const auto deviationRow = [=](int32_t y) {
-        return isInside(y) ? scratch->deviations[ring(y)] : scratch->emptyRow;
-    };
-    int32_t before = 0;
     // Row y enters the window of the means around row y - 4; of these, the window of the
     // deviations around row y - 8.
     for (int32_t y = 0; y < height + 2 * kReach; ++y) {
-        const int32_t after = 1 - before;
-        Slide(width, pixelRow(y), pixelRow(y - kSide), scratch->pixelColumns[before],
-              scratch->pixelColumns[after]);
+        const uint8_t* entering = pixelRow(y);
+        const uint8_t* leaving = pixelRow(y - kSide);
+        if (!isWhole && isInside(y)) {
+            leaving = static_cast<uint8_t*>(memcpy(scratch->out, leaving, rowBytes));
+            ClearBehind(width, scratch->out);
+            memcpy(scratch->pixels[y % kSide], source + y * width, rowBytes);
+            ClearBehind(width, scratch->pixels[y % kSide]);
+        }
+        Slide(width, entering, leaving, &scratch->pixelColumns);
         const int32_t meanY = y - kReach;
         if (isInside(meanY)) {
-            const WindowMeans window(width, CountAround(meanY, height),
-                                     scratch->pixelColumns[after], scratch);
-            WriteMeans(width, window, pixelRow(meanY), scratch->means[ring(meanY)],
-                       scratch->deviations[ring(meanY)]);
+            const WindowMeans window(scratch->pixelColumns, CountAround(meanY, height), *scratch);
+            uint8_t* deviations = scratch->deviations[meanY % kSide];
+            WriteMeans(width, window, pixelRow(meanY), scratch->means[meanY % kSide], deviations,
+                       &scratch->deviationColumns);
+        } else if (meanY >= kSide) {
+            Slide(width, scratch->emptyRow, scratch->deviations[meanY % kSide],
+                  &scratch->deviationColumns);
         }
-        Slide(width, deviationRow(meanY), deviationRow(meanY - kSide),
-              scratch->deviationColumns[before], scratch->deviationColumns[after]);
         const int32_t outY = meanY - kReach;
         if (isInside(outY)) {
-            const WindowMeans window(width, CountAround(outY, height),
-                                     scratch->deviationColumns[after], scratch);
-            FindRanges(width, pixelRow(outY), scratch->means[ring(outY)], window, scratch->ranges,
+            const WindowMeans window(scratch->deviationColumns, CountAround(outY, height),
+                                     *scratch);
+            FindRanges(width, pixelRow(outY), scratch->means[outY % kSide], window, scratch->ranges,
                        scratch->insides);
-            StretchRow(width, scratch->ranges, scratch->insides, out + outY * width);
+            StretchRow(width, scratch->ranges, scratch->insides, isWhole ? out : scratch->out);
+            if (!isWhole) {
+                memcpy(out, scratch->out, rowBytes);
+            }
+            out += width;
         }
-        before = after;
     }
 }

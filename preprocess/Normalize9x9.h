@@ -13,25 +13,39 @@ namespace qorfp {
 constexpr int32_t kReachOf9x9 = 4;
 constexpr int32_t kSideOf9x9 = 2 * kReachOf9x9 + 1;
 
-/// Scratch of Normalize9x9.
+/// Scratch of Normalize9x9. Numbers of columns are kept apart for the even and the odd ones, as they
+/// come out of vectors of bytes.
 struct Normalize9x9Scratch {
     static constexpr int32_t kMaxWidth = 512;
-    static constexpr int32_t kRingRows = kSideOf9x9 + 1;
+    static constexpr int32_t kPairs = kMaxWidth / 2;
+    static constexpr int32_t kEdge = 8;  // empty columns on either side of each kind
     static constexpr int32_t kRowCounts = kReachOf9x9 + 1;
 
-    /// Sums of the columns of a window that slides down the image, at most 9 x 255, with empty
-    /// columns on either side.
-    using Columns = uint16_t[kMaxWidth + 2 * kReachOf9x9];
+    /// A ring of rows, row y in row y % kSideOf9x9; 0 behind their ends.
+    using Ring = uint8_t[kSideOf9x9][kMaxWidth];
 
-    uint16_t reciprocals[kRowCounts][kMaxWidth];  // of the windows' pixel counts
-    Columns pixelColumns[2];                      // before and after a row has entered
-    Columns deviationColumns[2];                  // of |mean - pixel|
-    Columns threes;                               // sums of three columns
-    uint8_t means[kRingRows][kMaxWidth];          // local means, row y in row y % kRingRows
-    uint8_t deviations[kRingRows][kMaxWidth];
+    /// Sums of the columns of a window that slides down the image, at most 9 x 255.
+    struct Columns {
+        uint16_t even[kEdge + kPairs + kEdge];
+        uint16_t odd[kEdge + kPairs + kEdge];
+        uint16_t pairs[kEdge + kPairs + kEdge];  // of an even column and the odd one after it
+    };
+
+    struct Reciprocals {
+        uint16_t even[kPairs];
+        uint16_t odd[kPairs];
+    };
+
+    Reciprocals reciprocals[kRowCounts];  // of the windows' pixel counts
+    Columns pixelColumns;
+    Columns deviationColumns;  // of |mean - pixel|
+    Ring pixels;               // of an image whose rows are not whole vectors
+    Ring means;
+    Ring deviations;
     uint8_t emptyRow[kMaxWidth];  // above and below the image
     uint8_t ranges[kMaxWidth];    // of the row that is stretched
     uint8_t insides[kMaxWidth];
+    uint8_t out[kMaxWidth];
 };
 
 /// True for the sizes that Normalize9x9 takes: not so low that the window is cut to the image, and
