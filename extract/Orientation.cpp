@@ -17,8 +17,8 @@ namespace {
 using namespace qorfp;
 
 constexpr int32_t kLongestTableSide = 49;
-constexpr int32_t kMaxAngle = 15;     // of the vector with its longer axis
-constexpr int32_t kQuarterTurn = 30;  // of a doubled angle
+constexpr int16_t kMaxAngle = 15;     // of the vector with its longer axis
+constexpr int16_t kQuarterTurn = 30;  // of a doubled angle
 
 // Distance of each bound to the one before it: k reaches an angle of 1 from 2 on, 2 from 4 on, 3
 // from 7 on, ..., 15 from 47 on.
@@ -30,79 +30,95 @@ I32x4 Magnitude(I32x4 lanes) {
     return (lanes ^ sign) - sign;
 }
 
-I32x4 Negate(I32x4 lanes, I32x4 where) {
+I16x8 Negate(I16x8 lanes, I16x8 where) {
     return (lanes ^ where) - where;
 }
 
-// Orientation of the ridges across a gradient: `angle` of (d, e) with the d axis, 0..30.
-I32x4 Turn(I32x4 d, I32x4 e, I32x4 angle) {
-    const I32x4 isUpright = d > 0;
-    const I32x4 isBackward = (isUpright & (e < 0)) | (~isUpright & (e > 0));
-    const I32x4 orientation = (isUpright & kHalfTurn / 2) + Negate(angle, isBackward);
-    return orientation + ((orientation >> 31) & kHalfTurn);
-}
-
-struct Orientations {
-    I32x4 of;
-    I32x4 isShort;  // where no side is longer than the table's, and `of` means nothing
+// Eight windows: two times four 32-bit numbers, but 16 bits for angles and for what is true or not.
+struct Halves {
+    I32x4 low;
+    I32x4 high;
 };
 
-Orientations OrientationsOfLong(I32x4 d, I32x4 mixed) {
-    const I32x4 e = mixed + mixed;
-    const I32x4 a = Magnitude(d);
-    const I32x4 b = Magnitude(e);
-    const I32x4 isSteep = b > a;
-    const I32x4 exchange = (a ^ b) & isSteep;
-    const I32x4 longer = a ^ exchange;
-    const I32x4 shorter = b ^ exchange;
-
-    I32x4 times[kLongestStep + 1] = {};
-    for (int32_t factor = 1; factor <= kLongestStep; ++factor) {
-        times[factor] = times[factor - 1] + longer;
-    }
-    I32x4 rest = kLongestTableSide * shorter + (longer >> 1);
-    I32x4 angle = kMaxAngle + I32x4{};
-    for (const int32_t step : kBoundSteps) {
-        rest -= times[step];
-        angle += rest >> 31;  // -1 for each bound that is not reached
-    }
-    angle = Negate(angle, isSteep) + (isSteep & kQuarterTurn);
-    return {Turn(d, e, angle), longer <= kLongestTableSide};
+Halves Load(const int32_t* from) {
+    return {LoadVector<I32x4>(from), LoadVector<I32x4>(from + 4)};
 }
 
-uint8_t OrientationOfShort(int32_t d, int32_t e) {
-    const int32_t angle = gnAtanA[Absolute(e) * 50 + Absolute(d)];
-    const I32x4 orientation = Turn(d + I32x4{}, e + I32x4{}, angle + I32x4{});
-    return static_cast<uint8_t>(orientation[0]);
+I16x8 IsAbove(const Halves& lanes, int32_t bound) {
+    return Narrow(lanes.low > bound, lanes.high > bound);
+}
+
+// Orientation of the ridges across a gradient: `angle` of (d, e) with the d axis, 0..30.
+I16x8 Turn(const Halves& d, const Halves& e, I16x8 angle) {
+    constexpr int16_t kUpright = kHalfTurn / 2;
+    constexpr int16_t kRound = kHalfTurn;
+    const I16x8 isUpright = IsAbove(d, 0);
+    const I16x8 isBackward =
+        (isUpright & NarrowSigns(e.low, e.high)) | (~isUpright & IsAbove(e, 0));
+    const I16x8 orientation = (isUpright & kUpright) + Negate(angle, isBackward);
+    return orientation + ((orientation >> 15) & kRound);
+}
+
+// How a vector lies to its bounds: the rest that is compared with them, and the distances from one
+// bound to another.
+struct Bounds {
+    I32x4 isSteep;
+    I32x4 longer;
+    I32x4 rest;
+    I32x4 times[kLongestStep + 1];
+
+    Bounds(I32x4 d, I32x4 e) : times{} {
+        const I32x4 a = Magnitude(d);
+        const I32x4 b = Magnitude(e);
+        isSteep = b > a;
+        const I32x4 exchange = (a ^ b) & isSteep;
+        longer = a ^ exchange;
+        const I32x4 shorter = b ^ exchange;
+        rest = kLongestTableSide * shorter + (longer >> 1);
+        for (int32_t factor = 1; factor <= kLongestStep; ++factor) {
+            times[factor] = times[factor - 1] + longer;
+        }
+    }
+};
+
+// Orientations of eight windows.
+I16x8 OrientationsOf(const int32_t* differences, const int32_t* mixed) {
+    const Halves d = Load(differences);
+    const Halves half = Load(mixed);
+    const Halves e = {half.low + half.low, half.high + half.high};
+    Bounds low(d.low, e.low);
+    Bounds high(d.high, e.high);
+    I16x8 angle = kMaxAngle + I16x8{};
+    for (const int32_t step : kBoundSteps) {
+        low.rest -= low.times[step];
+        high.rest -= high.times[step];
+        angle += NarrowSigns(low.rest, high.rest);  // -1 for each bound that is not reached
+    }
+    const I16x8 isSteep = Narrow(low.isSteep, high.isSteep);
+    angle = Negate(angle, isSteep) + (isSteep & kQuarterTurn);
+
+    // Vectors no longer than the table's are not scaled.
+    const I16x8 isLong = IsAbove({low.longer, high.longer}, kLongestTableSide);
+    uint32_t isShort = SetLanes(NarrowMask(~isLong, I16x8{}));
+    if (isShort != 0) {
+        int16_t angles[kVectorBytes / 2];
+        StoreVector(angle, angles);
+        for (; isShort != 0; isShort &= isShort - 1) {
+            const int32_t at = __builtin_ctz(isShort);
+            angles[at] = gnAtanA[Absolute(2 * mixed[at]) * 50 + Absolute(differences[at])];
+        }
+        angle = LoadVector<I16x8>(angles);
+    }
+    return Turn(d, e, angle);
 }
 
 }  // namespace
 
 void qorfp::FindOrientations(const WindowRow& differences, const WindowRow& mixed,
                              int32_t blockColumns, OrientationRow* orientations) {
-    WindowRow found;
-    I32x4 anyShort = {};
-    for (ptrdiff_t column = 0; column < blockColumns; column += 4) {
-        const Orientations four = OrientationsOfLong(LoadVector<I32x4>(differences + column),
-                                                     LoadVector<I32x4>(mixed + column));
-        StoreVector(four.of, found + column);
-        anyShort |= four.isShort;
-    }
-    uint8_t* out = *orientations;
     for (ptrdiff_t column = 0; column < blockColumns; column += kVectorBytes) {
-        const int32_t* at = found + column;
-        const I16x8 low = Narrow(LoadVector<I32x4>(at), LoadVector<I32x4>(at + 4));
-        const I16x8 high = Narrow(LoadVector<I32x4>(at + 8), LoadVector<I32x4>(at + 12));
-        StoreVector(Narrow(AsLanes<U16x8>(low), AsLanes<U16x8>(high)), out + column);
-    }
-    if (!HasAny(anyShort)) {
-        return;
-    }
-    for (int32_t column = 0; column < blockColumns; ++column) {
-        const int32_t d = differences[column];
-        const int32_t e = 2 * mixed[column];
-        if (Absolute(d) <= kLongestTableSide && Absolute(e) <= kLongestTableSide) {
-            out[column] = OrientationOfShort(d, e);
-        }
+        const I16x8 low = OrientationsOf(differences + column, mixed + column);
+        const I16x8 high = OrientationsOf(differences + column + 8, mixed + column + 8);
+        StoreVector(Narrow(AsLanes<U16x8>(low), AsLanes<U16x8>(high)), *orientations + column);
     }
 }

@@ -212,6 +212,15 @@ inline I16x8 Narrow(I32x4 low, I32x4 high) {
 #endif
 }
 
+/// -1 for lanes below 0, else 0.
+inline I16x8 NarrowSigns(I32x4 low, I32x4 high) {
+#if defined(__SSE2__)
+    return Narrow(low, high) >> 15;  // numbers that do not fit keep their sign
+#else
+    return Narrow(low >> 31, high >> 31);
+#endif
+}
+
 /// a0 x b0 + a1 x b1, a2 x b2 + a3 x b3, ...
 inline I32x4 MultiplyPairs(I16x8 a, I16x8 b) {
 #if defined(__SSE2__)
