@@ -53,9 +53,22 @@ struct CalcDirAScratch {
 static_assert(FitsEveryImage(sizeof(CalcDirAScratch)), "fits behind every accepted image");
 static_assert(alignof(CalcDirAScratch) == 4, "the maps end at a multiple of 4");
 
+// Of coherent blocks. Those of whole rows are counted in vectors, of at most 2^12 a lane.
 struct QualitySum {
-    int32_t total;
-    int32_t blocks;
+    int32_t total;   // but for the blocks of the highest quality
+    int32_t blocks;  // but for those in `coherent`
+    I16x8 coherent;
+    I16x8 highest;  // of them
+
+    int32_t Mean() const {
+        int32_t sum = total;
+        int32_t count = blocks;
+        for (int32_t lane = 0; lane < kVectorBytes / 2; ++lane) {
+            sum += kHighestBlockQuality * highest[lane];
+            count += coherent[lane];
+        }
+        return count > 0 ? sum / count : 0;
+    }
 };
 
 void StretchRow(const uint8_t* pixels, int32_t width, const GreyStretcher& stretcher,
@@ -109,30 +122,111 @@ Coherence CoherenceOf(int32_t xxSum, int32_t yySum, int32_t xySum) {
             ShiftRight(WrapMul32(energy, energy), 14)};
 }
 
+// The root of the quotient, of one from 900 to 9,999 whose divisor is below 2^17. Nothing need be
+// divided: the root reaches r when the dividend reaches r x r x divisor.
+int32_t RootOf(Coherence coherence) {
+    int32_t root = 0;
+    for (int32_t bit = 64; bit > 0; bit /= 2) {
+        root += coherence.dividend >= Square(root + bit) * coherence.divisor ? bit : 0;
+    }
+    return root;
+}
+
 // What a window of coherent gradients gives to the quality: the root of the quotient, at most 100.
 // 0 where they are not coherent.
 int32_t QualityOf(Coherence coherence) {
-    if (coherence.divisor < 0) {
-        const int32_t quotient = coherence.divisor == -1 ? WrapSub32(0, coherence.dividend)
-                                                         : coherence.dividend / coherence.divisor;
-        return quotient < kMinCoherence ? 0 : Min(sqrtA(quotient), kHighestBlockQuality);
+    const int32_t quotient = coherence.divisor == -1 ? WrapSub32(0, coherence.dividend)
+                                                     : coherence.dividend / coherence.divisor;
+    return quotient < kMinCoherence ? 0 : Min(sqrtA(quotient), kHighestBlockQuality);
+}
+
+// The sums of eight windows, of the columns from `column` on: what of their coherence needs neither
+// a division nor a root.
+struct EightCoherences {
+    I32x4 dividends[2];
+    I32x4 divisors[2];
+    bool isSafe;  // no square wraps; otherwise the rest means nothing
+    I16x8 isUnknown;
+    I16x8 isCoherent;
+    I16x8 isHighest;  // of the highest quality
+
+    EightCoherences(const WindowRow& xxSums, const WindowRow& yySums, const WindowRow& xySums,
+                    ptrdiff_t column) {
+        I32x4 energies[2];
+        I32x4 differences[2];
+        I32x4 mixed[2];
+        I32x4 all = {};
+        for (int32_t half = 0; half < 2; ++half) {
+            const ptrdiff_t at = column + 4 * half;
+            const I32x4 xx = (LoadVector<I32x4>(xxSums + at) + 8) >> 4;
+            const I32x4 yy = (LoadVector<I32x4>(yySums + at) + 8) >> 4;
+            const I32x4 xy = LoadVector<I32x4>(xySums + at);
+            const I32x4 sign = xy >> 31;
+            mixed[half] = (((xy ^ sign) - sign) + 4) >> 3;
+            energies[half] = xx + yy;
+            differences[half] = xx - yy;
+            all |= energies[half] | mixed[half];
+        }
+        isSafe = !HasAny(all >> 15);
+        // As 16-bit numbers, two squares to a product of pairs.
+        const auto narrow = [](const I32x4(&lanes)[2]) {
+            return AsLanes<U16x8>(Narrow(lanes[0], lanes[1]));
+        };
+        const auto squares = [](U16x8 lanes) {
+            return MultiplyPairs(AsLanes<I16x8>(lanes), AsLanes<I16x8>(lanes));
+        };
+        const U16x8 d = narrow(differences);
+        const U16x8 m = narrow(mixed);
+        const U16x8 e = narrow(energies);
+        dividends[0] = squares(InterleaveLow(d, m));
+        dividends[1] = squares(InterleaveHigh(d, m));
+        divisors[0] = squares(InterleaveLow(e, U16x8{})) >> 14;
+        divisors[1] = squares(InterleaveHigh(e, U16x8{})) >> 14;
+        const auto reach = [this](int32_t quotient) {
+            return Narrow(dividends[0] >= quotient * divisors[0],
+                          dividends[1] >= quotient * divisors[1]);
+        };
+        isUnknown = Narrow(divisors[0] == 0, divisors[1] == 0);
+        isCoherent = reach(kMinCoherence) & ~isUnknown;
+        isHighest = reach(Square(kHighestBlockQuality)) & ~isUnknown;
     }
-    // Most windows are beyond either limit, and for the others nothing need be divided: a root
-    // reaches r when the dividend reaches r x r x divisor.
-    const auto reaches = [coherence](int32_t square) {
-        return coherence.dividend >= square * coherence.divisor;
-    };
-    if (!reaches(kMinCoherence)) {
-        return 0;
+};
+
+// Adds the windows of eight blocks, of which `isBlock` says which there are, to the quality. Gives
+// those that may be reliable by their coherence.
+I16x8 RateEight(const CalcDirAScratch& scratch, ptrdiff_t column, I16x8 isBlock,
+                QualitySum* quality) {
+    EightCoherences eight(scratch.xxSums, scratch.yySums, scratch.xySums, column);
+    constexpr int32_t kLanes = kVectorBytes / 2;
+    if (eight.isSafe) {
+        quality->coherent -= eight.isCoherent & isBlock;
+        quality->highest -= eight.isHighest & isBlock;
+        int32_t dividends[kLanes];
+        int32_t divisors[kLanes];
+        memcpy(dividends, eight.dividends, sizeof(dividends));
+        memcpy(divisors, eight.divisors, sizeof(divisors));
+        uint32_t others =
+            SetLanes(NarrowMask(eight.isCoherent & ~eight.isHighest & isBlock, I16x8{}));
+        for (; others != 0; others &= others - 1) {
+            const int32_t at = __builtin_ctz(others);
+            quality->total += RootOf({dividends[at], divisors[at]});
+        }
+        return (eight.isUnknown | eight.isCoherent) & isBlock;
     }
-    if (reaches(Square(kHighestBlockQuality))) {
-        return kHighestBlockQuality;
+    int16_t isReliable[kLanes];
+    StoreVector(isBlock, isReliable);
+    for (int32_t lane = 0; lane < kLanes; ++lane) {
+        const ptrdiff_t at = column + lane;
+        const Coherence coherence =
+            CoherenceOf(scratch.xxSums[at], scratch.yySums[at], scratch.xySums[at]);
+        if (isReliable[lane] != 0 && coherence.divisor != 0) {
+            const int32_t blockQuality = QualityOf(coherence);
+            quality->total += blockQuality;
+            quality->blocks += blockQuality > 0 ? 1 : 0;
+            isReliable[lane] = blockQuality > 0 ? -1 : 0;
+        }
     }
-    int32_t root = 0;
-    for (int32_t bit = 64; bit > 0; bit /= 2) {
-        root += reaches(Square(root + bit)) ? bit : 0;  // 127 x 127 x 2^17 < 2^31
-    }
-    return root;
+    return LoadVector<I16x8>(isReliable);
 }
 
 // The first pass over a row of blocks, the one on which the windows are centred: orientations, and
@@ -150,17 +244,13 @@ void FindDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scr
     }
     FindOrientations(scratch->differenceSums, scratch->xySums, blockColumns,
                      &scratch->orientations[blockRow % (kReach + 1)]);
-    for (int32_t column = 0; column < blockColumns; ++column) {
-        const Coherence coherence =
-            CoherenceOf(scratch->xxSums[column], scratch->yySums[column], scratch->xySums[column]);
-        bool isReliable = scratch->strongCounts[column] >= kMinStrongBlocks;
-        if (coherence.divisor != 0) {
-            const int32_t blockQuality = QualityOf(coherence);
-            quality->total += blockQuality;
-            quality->blocks += blockQuality > 0 ? 1 : 0;
-            isReliable = isReliable && blockQuality > 0;
-        }
-        scratch->reliable[column] = isReliable ? 1 : 0;
+    constexpr I16x8 kPlaces = {0, 1, 2, 3, 4, 5, 6, 7};
+    for (ptrdiff_t column = 0; column < blockColumns; column += 8) {
+        const I16x8 isBlock = kPlaces < static_cast<int16_t>(blockColumns - column);
+        const I16x8 isStrong =
+            LoadVector<I16x8>(scratch->strongCounts + column) >= kMinStrongBlocks;
+        StoreVector(RateEight(*scratch, column, isBlock, quality) & isStrong & 1,
+                    scratch->reliable + column);
     }
 }
 
@@ -202,7 +292,7 @@ void CalcDirA(uint8_t* buffer, int32_t width, int32_t height, int32_t* quality) 
 
     // Row `entering` completes the windows of the first pass around the row kReach above it; this
     // one completes those of the second pass, kReach further up.
-    QualitySum sum = {0, 0};
+    QualitySum sum = {};
     for (int32_t entering = 0; entering < layout.blockRows + 2 * kReach; ++entering) {
         if (entering < layout.blockRows) {
             FindProducts(buffer, width, entering, columns, stretcher, scratch);
@@ -228,7 +318,5 @@ void CalcDirA(uint8_t* buffer, int32_t width, int32_t height, int32_t* quality) 
             WriteDirections(secondPass, columns, scratch, map + secondPass * columns);
         }
     }
-    if (sum.blocks > 0) {
-        *quality = sum.total / sum.blocks;
-    }
+    *quality = sum.Mean();
 }
