@@ -11,7 +11,7 @@
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
 #include "extract/FixedMath.h"
-#include "extract/Vector.h"
+#include "extract/RowBands.h"
 
 namespace {
 
@@ -19,8 +19,9 @@ using namespace qorfp;
 
 constexpr uint8_t kBackground = 255;
 
-constexpr int32_t kRingDistance = 3;  // BinImageA: eight pixels on a square ring
-constexpr int32_t kRingRows = 2 * kRingDistance + 1;
+constexpr int32_t kRingDistance = 3;     // BinImageA: eight pixels on a square ring
+constexpr int32_t kRingBandCopies = 96;  // a strip takes every third row of a band
+constexpr int32_t kRingMinWidth = 2 * kRingDistance + kVectorBytes;
 
 constexpr int32_t kBoxReach = 5;  // BinImageB: an 11 x 11 box
 constexpr int32_t kBoxRows = 2 * kBoxReach + 1;
@@ -36,9 +37,8 @@ struct SplitRow {
 };
 
 struct BinImageAScratch {
-    SplitRow threes[kRingRows];  // sums of the pixels 3 to the left, at and 3 to the right
-    uint8_t line[kVectorBytes + kMaxStageWidth + kVectorBytes];
-    uint8_t out[kMaxStageWidth];
+    uint8_t copies[kRingBandCopies * kMaxStageWidth];
+    uint8_t narrow[kRingBandCopies * kRingMinWidth];  // results of a band of narrow rows
 };
 static_assert(FitsEveryImage(sizeof(BinImageAScratch)), "fits behind every accepted image");
 
@@ -64,29 +64,30 @@ U8x16 Binarise(U16x8 evenSums, U16x8 evenLimits, U16x8 oddSums, U16x8 oddLimits)
                       AsLanes<I16x8>(oddSums) > AsLanes<I16x8>(oddLimits));
 }
 
-// Adds the row in `line` to the ring as its row y, and binarises the one 3 above it, of `pixels`.
 // The eight pixels' sum is greater than 8 x the pixel exactly when the sum of all nine is greater
-// than 9 x the pixel. `out` may be `pixels`.
-void AdvanceRing(int32_t y, int32_t width, const uint8_t* pixels, BinImageAScratch* scratch,
-                 uint8_t* out) {
-    constexpr uint16_t kNine = 9;
-    const SplitRow& top = scratch->threes[(y + 1) % kRingRows];  // of row y - 6
-    const SplitRow& middle = scratch->threes[(y + 1 + kRingDistance) % kRingRows];
-    SplitRow* bottom = &scratch->threes[y % kRingRows];
-    const uint8_t* line = scratch->line + kVectorBytes;
-    for (int32_t i = 0; 2 * i < width; i += kLanes) {
-        const U8x16 left = LoadVector<U8x16>(line + 2 * i - kRingDistance);
-        const U8x16 centre = LoadVector<U8x16>(line + 2 * i);
-        const U8x16 right = LoadVector<U8x16>(line + 2 * i + kRingDistance);
-        const U16x8 even = EvenBytes(left) + EvenBytes(centre) + EvenBytes(right);
-        const U16x8 odd = OddBytes(left) + OddBytes(centre) + OddBytes(right);
-        StoreVector(even, bottom->even + i);
-        StoreVector(odd, bottom->odd + i);
-        const U8x16 pixel = LoadVector<U8x16>(pixels + 2 * i);
-        StoreVector(
-            Binarise(Load(top.even + i) + Load(middle.even + i) + even, EvenBytes(pixel) * kNine,
-                     Load(top.odd + i) + Load(middle.odd + i) + odd, OddBytes(pixel) * kNine),
-            out + 2 * i);
+// than 9 x the pixel. The rows of the ring are three apart.
+struct RingFilter {
+    U16x8 nine = Factor(9);
+
+    QORFP_INLINE RowShares<U16x16> Share(const uint8_t* pixels) const {
+        const U16x16 centre = Split(LoadVector<U8x16>(pixels));
+        const U16x16 sums = Split(LoadVector<U8x16>(pixels - kRingDistance)) + centre +
+                            Split(LoadVector<U8x16>(pixels + kRingDistance));
+        return {sums - centre * nine, sums};
+    }
+    QORFP_INLINE static U8x16 Finish(U16x16 differences) {
+        return ~JoinMasks(AsLanes<I16x8>(differences.low) > 0,
+                          AsLanes<I16x8>(differences.high) > 0);
+    }
+};
+
+// Binarises a band of rows of `stride` bytes, but for their first and last three pixels.
+void BinariseByRing(const uint8_t* above, int32_t stride, int32_t rows, uint8_t* out) {
+    for (int32_t row = 0; row < Min(kRingDistance, rows); ++row) {
+        FilterBand(above + row * stride, kRingDistance * stride,
+                   (rows - row + kRingDistance - 1) / kRingDistance, kRingDistance,
+                   stride - kRingDistance, out + row * stride, kRingDistance * stride,
+                   RingFilter{});
     }
 }
 
@@ -144,22 +145,22 @@ void BinImageA(uint8_t* buffer, int32_t width, int32_t height) {
         return;
     }
     BinImageAScratch* scratch = WorkAt<BinImageAScratch>(buffer + layout.periodMap);
-    const size_t rowBytes = static_cast<size_t>(width);
-    const bool isWhole = width % kVectorBytes == 0;
-    for (int32_t y = 0; y < height; ++y) {
-        memcpy(scratch->line + kVectorBytes, buffer + y * width, rowBytes);
-        const bool isFinished = y >= 2 * kFrame;
-        uint8_t* row = buffer + (isFinished ? y - kRingDistance : 0) * width;
-        uint8_t* out = isFinished && isWhole ? row : scratch->out;
-        AdvanceRing(y, width, row, scratch, out);
-        if (isFinished) {
-            if (!isWhole) {
-                memcpy(row, out, rowBytes);
+    const int32_t stride = Max(width, kRingMinWidth);
+    ForEachBand<kRingDistance>(
+        buffer, width, height, kFrame, height - kFrame, scratch->copies, stride, kRingBandCopies,
+        [=](const uint8_t* above, int32_t top, int32_t rows) {
+            uint8_t* band = buffer + top * width;
+            uint8_t* out = stride == width ? band : scratch->narrow;
+            BinariseByRing(above, stride, rows, out);
+            for (int32_t row = 0; row < rows; ++row) {
+                if (stride != width) {
+                    memcpy(band, out + row * stride, static_cast<size_t>(width));
+                }
+                memset(band, kBackground, kFrame);
+                memset(band + width - kFrame, kBackground, kFrame);
+                band += width;
             }
-            memset(row, kBackground, kFrame);
-            memset(row + width - kFrame, kBackground, kFrame);
-        }
-    }
+        });
     memset(buffer, kBackground, static_cast<size_t>(kFrame * width));
     memset(buffer + (height - kFrame) * width, kBackground, static_cast<size_t>(kFrame * width));
 }

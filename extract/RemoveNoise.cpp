@@ -46,15 +46,15 @@ struct VoteFilter {
 };
 
 void RemoveBinary(uint8_t* image, int32_t width, int32_t height, BinaryScratch* scratch) {
-    ForEachBand(image, width, height, 1, height - 1, scratch->copies, kMostBandCopies,
-                [=](const uint8_t* above, int32_t top, int32_t rows) {
-                    uint8_t* out = image + top * width;
-                    FilterBand(above, width, rows, 1, width - 1, out, width, VoteFilter{});
-                    for (int32_t row = 0; row < rows; ++row) {
-                        out[row * width] = 255;
-                        out[row * width + width - 1] = 255;
-                    }
-                });
+    ForEachBand<1>(image, width, height, 1, height - 1, scratch->copies, width, kMostBandCopies,
+                   [=](const uint8_t* above, int32_t top, int32_t rows) {
+                       uint8_t* out = image + top * width;
+                       FilterBand(above, width, rows, 1, width - 1, out, width, VoteFilter{});
+                       for (int32_t row = 0; row < rows; ++row) {
+                           out[row * width] = 255;
+                           out[row * width + width - 1] = 255;
+                       }
+                   });
 }
 
 // --- The plain form ------------------------------------------------------------------------------

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// 3 x 3 filters in place. An image is filtered in bands of rows, from copies of them as they were;
+// Filters of three rows in place. An image is filtered in bands of rows, from copies of them as they were;
 // and a band in strips, from top to bottom, so that what a row has in common with the next ones
 // stays in registers.
 #pragma once
@@ -28,32 +28,36 @@ constexpr int32_t BandCopiesIn(int64_t bytes, int32_t width) {
 }
 
 /// Calls filter(above, top, rows) for bands that cover the rows first .. end - 1, from the top down:
-/// rows `top` .. `top` + `rows` - 1 may then be overwritten. At `above` lie the image rows `top` - 1
-/// .. `top` + `rows` as they were; those outside the image are 0. The image's first row is a band by
-/// itself, and so is its last.
-/// @param copies scratch, `copyRows` rows; at least kLeastBandCopies
-template <class Filter>
+/// rows `top` .. `top` + `rows` - 1 may then be overwritten. At `above` lie the image rows `top` -
+/// kReach .. `top` + `rows` + kReach - 1 as they were; those outside the image are 0. The image's
+/// first row is a band by itself, and so is its last.
+/// @param copies scratch, `copyRows` rows of `stride` bytes; at least kLeastBandCopies, and more than
+///        2 x kReach
+template <int32_t kReach, class Filter>
 inline void ForEachBand(uint8_t* image, int32_t width, int32_t height, int32_t first, int32_t end,
-                        uint8_t* copies, int32_t copyRows, Filter filter) {
+                        uint8_t* copies, int32_t stride, int32_t copyRows, Filter filter) {
+    constexpr int32_t kCommon = 2 * kReach;  // rows of two bands
     const size_t rowBytes = static_cast<size_t>(width);
-    const auto copy = [=](int32_t y, uint8_t* to) {
+    // Copies the image row y to where row `place` of the band lies.
+    const auto copy = [=](int32_t y, int32_t place) {
         if (y >= 0 && y < height) {
-            memcpy(to, image + y * width, rowBytes);
+            memcpy(copies + place * stride, image + y * width, rowBytes);
         } else {
-            memset(to, 0, rowBytes);
+            memset(copies + place * stride, 0, rowBytes);
         }
     };
-    copy(first - 1, copies);
-    copy(first, copies + width);
+    for (int32_t place = 0; place < kCommon; ++place) {
+        copy(first - kReach + place, place);
+    }
     for (int32_t top = first; top < end;) {
-        const int32_t next = top == 0 ? 1 : Min(top + copyRows - 2, Max(height - 1, top + 1));
+        const int32_t next = top == 0 ? 1 : Min(top + copyRows - kCommon, Max(height - 1, top + 1));
         const int32_t rows = Min(next, end) - top;
-        for (int32_t row = 1; row <= rows; ++row) {
-            copy(top + row, copies + (row + 1) * width);
+        for (int32_t row = 0; row < rows; ++row) {
+            copy(top + kReach + row, kCommon + row);
         }
         filter(static_cast<const uint8_t*>(copies), top, rows);
-        for (int32_t row = 0; row < 2; ++row) {
-            memcpy(copies + row * width, copies + (rows + row) * width, rowBytes);
+        for (int32_t place = 0; place < kCommon; ++place) {
+            memcpy(copies + place * stride, copies + (rows + place) * stride, rowBytes);
         }
         top += rows;
     }

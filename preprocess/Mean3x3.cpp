@@ -80,5 +80,5 @@ void qorfp::Mean3x3(int32_t width, int32_t height, uint8_t* image, uint8_t* copi
         WriteMeansAtEnd(above, width, rows, atEnds, out);
         WriteMeansAtEnd(above + last - 1, width, rows, atEnds, out + last);
     };
-    ForEachBand(image, width, height, 0, height, copies, copyRows, filter);
+    ForEachBand<1>(image, width, height, 0, height, copies, width, copyRows, filter);
 }

@@ -94,11 +94,11 @@ void PuttyImage(int32_t width, int32_t height, uint8_t* image) {
     const int64_t rowBytes = width;
     const int32_t copyRows = BandCopiesIn(kWorkBytes - scratchAt, width);
     if (width >= kMinVectorWidth && copyRows >= kLeastBandCopies) {
-        ForEachBand(image, width, height, 1, height - 1, image + scratchAt, copyRows,
-                    [=](const uint8_t* above, int32_t top, int32_t rows) {
-                        FilterBand(above, width, rows, 1, width - 1, image + top * width, width,
-                                   PuttyFilter{});
-                    });
+        ForEachBand<1>(image, width, height, 1, height - 1, image + scratchAt, width, copyRows,
+                       [=](const uint8_t* above, int32_t top, int32_t rows) {
+                           FilterBand(above, width, rows, 1, width - 1, image + top * width, width,
+                                      PuttyFilter{});
+                       });
     } else if (scratchAt + 2 * rowBytes <= kWorkBytes) {
         FilterByPixels(width, height, image, image + scratchAt);
     }
