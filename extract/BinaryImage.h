@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Binary images: every pixel 0 or 255. The stages that usually get one have faster forms for it, and
-// find out by themselves.
+// find out by themselves unless they are told.
 #pragma once
 
 #include <stdint.h>
@@ -23,5 +23,10 @@ inline bool IsBinary(const uint8_t* pixels, int32_t width, int32_t height) {
     }
     return IsZero(others & uint8_t{0xFE});
 }
+
+// The stages that are faster on binary images, by a caller who may know that the image is one.
+void SmoothRidgeOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary);
+void CalcDirBOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary);
+void RemoveNoiseOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary);
 
 }  // namespace qorfp

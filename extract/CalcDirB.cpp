@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BinaryImage.h"
 #include "extract/BlockGradients.h"
 #include "extract/FPExtract.h"
 #include "extract/FixedMath.h"
@@ -78,15 +79,6 @@ struct BinarySmoothing {
     }
 };
 
-// An image of at least 16 pixels.
-bool IsBinary(const uint8_t* image, int32_t pixels) {
-    U8x16 greatest = {};
-    ForEachVector(0, pixels, [&greatest, image](ptrdiff_t at) {
-        greatest = Greatest(greatest, LoadVector<U8x16>(image + at) + 1);  // 255 becomes 0
-    });
-    return !HasAny(greatest > 1);
-}
-
 // Smooths the rows `top` .. `top` + kSmoothedRows, as far as they are covered; the first one is the
 // last of the rows before. The outermost rows and columns stay as they are: smoothing would look
 // beyond the covered part.
@@ -140,7 +132,7 @@ void WriteRow(int32_t blockColumns, CalcDirBScratch* scratch, uint8_t* mapRow) {
 
 }  // namespace
 
-void CalcDirB(uint8_t* buffer, int32_t width, int32_t height) {
+void qorfp::CalcDirBOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary) {
     const ExtractLayout layout = LayOutExtract(width, height);
     const int32_t columns = layout.blockColumns;
     if (!layout.isUsable || !HasRoom(layout.periodMap, sizeof(CalcDirBScratch)) || columns == 0 ||
@@ -151,7 +143,7 @@ void CalcDirB(uint8_t* buffer, int32_t width, int32_t height) {
     scratch->differenceWindow.Clear(kReach);
     scratch->mixedWindow.Clear(kReach);
     const Covered covered = {buffer, width, kBlockSide * columns, kBlockSide * layout.blockRows};
-    const bool isBinary = width * height >= kVectorBytes && IsBinary(buffer, width * height);
+    const bool isBinary = isKnownBinary || IsBinary(buffer, width, height);
     const RowSmoother smoothRows =
         isBinary ? SmoothRows<BinarySmoothing> : SmoothRows<GreySmoothing>;
     for (int32_t entering = 0; entering < layout.blockRows + kReach; ++entering) {
@@ -172,4 +164,8 @@ void CalcDirB(uint8_t* buffer, int32_t width, int32_t height) {
                          &scratch->orientations);
         WriteRow(columns, scratch, buffer + layout.directionMap + (entering - kReach) * columns);
     }
+}
+
+void CalcDirB(uint8_t* buffer, int32_t width, int32_t height) {
+    CalcDirBOf(buffer, width, height, false);
 }

@@ -5,6 +5,7 @@
 #include "extract/FPExtract.h"
 
 #include "engine/Template.h"
+#include "extract/BinaryImage.h"
 #include "extract/BoxSmooth.h"
 #include "extract/Minutiae.h"
 
@@ -14,6 +15,14 @@ using namespace qorfp;
 
 constexpr int32_t kNoTemplate = 1;
 constexpr int32_t kMinBlockRows = 3;
+
+// Whether an image of that size is known to be binary after binarisation: when it is not so large
+// that a stage may leave it as it is, nor so narrow that binary images have no forms of their own.
+bool IsBinarised(int32_t width, int32_t height) {
+    const ExtractLayout layout = LayOutExtract(width, height);
+    constexpr ExtractLayout kLargest = LayOutExtract(kMaxImageWidth, kMaxImageHeight);
+    return layout.isUsable && layout.scratch <= kLargest.scratch && width >= kVectorBytes;
+}
 
 }  // namespace
 
@@ -34,10 +43,11 @@ int32_t CreateTemplate(uint8_t* buffer, int32_t width, int32_t height, uint8_t* 
     CalcDirA(buffer, width, height, quality);
     SmoothRidge(buffer, width, height);
     BinImageA(buffer, width, height);
-    CalcDirB(buffer, width, height);
-    SmoothRidge(buffer, width, height);
+    const bool isBinary = IsBinarised(width, height);
+    CalcDirBOf(buffer, width, height, isBinary);
+    SmoothRidgeOf(buffer, width, height, isBinary);
     BinImageB(buffer, width, height);
-    RemoveNoise(buffer, width, height);
+    RemoveNoiseOf(buffer, width, height, isBinary);
     GetRidgeDensity(buffer, width, height);
     Thinning(buffer, width, height);
 

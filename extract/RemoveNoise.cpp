@@ -89,18 +89,23 @@ void RemoveAny(uint8_t* image, int32_t width, int32_t height, PlainScratch* scra
 
 }  // namespace
 
-void RemoveNoise(uint8_t* buffer, int32_t width, int32_t height) {
+void qorfp::RemoveNoiseOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary) {
     const ExtractLayout layout = LayOutExtract(width, height);
     if (!layout.isUsable || !HasRoom(layout.periodMap, sizeof(PlainScratch))) {
         return;
     }
     uint8_t* scratch = buffer + layout.periodMap;
     if (height > 2 && width > kVectorBytes + 1 &&
-        HasRoom(layout.periodMap, sizeof(BinaryScratch)) && IsBinary(buffer, width, height)) {
+        HasRoom(layout.periodMap, sizeof(BinaryScratch)) &&
+        (isKnownBinary || IsBinary(buffer, width, height))) {
         RemoveBinary(buffer, width, height, WorkAt<BinaryScratch>(scratch));
     } else {
         RemoveAny(buffer, width, height, WorkAt<PlainScratch>(scratch));
     }
     memset(buffer, 255, static_cast<size_t>(width));
     memset(buffer + (height - 1) * width, 255, static_cast<size_t>(width));
+}
+
+void RemoveNoise(uint8_t* buffer, int32_t width, int32_t height) {
+    RemoveNoiseOf(buffer, width, height, false);
 }

@@ -198,7 +198,7 @@ void WriteBack(const Image& image, int32_t by, int32_t blockColumns,
 
 }  // namespace
 
-void SmoothRidge(uint8_t* buffer, int32_t width, int32_t height) {
+void qorfp::SmoothRidgeOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary) {
     const ExtractLayout layout = LayOutExtract(width, height);
     if (!layout.isUsable || !HasRoom(layout.periodMap, sizeof(SmoothRidgeScratch)) ||
         layout.blockColumns == 0 || layout.blockRows == 0) {
@@ -206,7 +206,7 @@ void SmoothRidge(uint8_t* buffer, int32_t width, int32_t height) {
     }
     const Image image = {buffer, width, height};
     SmoothRidgeScratch* scratch = WorkAt<SmoothRidgeScratch>(buffer + layout.periodMap);
-    const bool isBinary = IsBinary(buffer, width, height);
+    const bool isBinary = isKnownBinary || IsBinary(buffer, width, height);
     MakeSampleLines(isBinary, &scratch->lines);
     const auto makeGroup = isBinary ? MakeGroup<true> : MakeGroup<false>;
     makeGroup(image, 0, scratch);
@@ -220,4 +220,8 @@ void SmoothRidge(uint8_t* buffer, int32_t width, int32_t height) {
         SmoothBlockRow(image, layout, by, isBinary, scratch);
         WriteBack(image, by, layout.blockColumns, *scratch);
     }
+}
+
+void SmoothRidge(uint8_t* buffer, int32_t width, int32_t height) {
+    SmoothRidgeOf(buffer, width, height, false);
 }
