@@ -18,7 +18,7 @@ export LC_ALL=C.UTF-8 PYTHONDONTWRITEBYTECODE=1
 rm -rf "$work"
 mkdir -p "$source"
 cp --parents -- *.md LICENSE docs/*.md docs/*/*.md docs/images/* docs/site/site.{css,js} \
-    include/QORFPApi.h examples/*.{md,c,h} examples/data/README.md "$source"
+    examples/*.{md,c,h} examples/data/README.md "$source"
 
 { cat docs/site/Doxyfile && echo "INPUT = include/QORFPApi.h" && echo "OUTPUT_DIRECTORY = $work"; } |
     doxygen -

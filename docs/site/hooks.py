@@ -1,7 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """What the site shows beyond the Markdown of the repository:
 
-- names of calls and result codes lead to the page of the C interface;
+- names of calls and result codes, and links to the header, lead to the page of the C interface;
 - `<!-- stages A to B -->` becomes the pictures with these numbers that `qorfp stages` made. Every
   picture has to be shown once;
 - `<!-- pages of this folder -->` becomes the list that a forge shows by itself.
@@ -51,6 +51,7 @@ def on_page_markdown(markdown, page, config, **_):
                            pathlib.Path(config["docs_dir"], INTERFACE).read_text(encoding="utf-8"))
         known = "|".join(sorted(call or code for call, code in names))
         markdown = re.sub(rf"(?<!\[)`({known})`", rf"[`\1`]({link}#\1)", markdown)
+        markdown = re.sub(r"\]\((\.\./)*include/QORFPApi\.h\)", f"]({link})", markdown)
     if FOLDER in markdown:
         folder = pathlib.Path(config["docs_dir"], source).parent
         markdown = markdown.replace(FOLDER, listed(folder))
