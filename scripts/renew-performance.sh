@@ -17,6 +17,7 @@ case ${1:-} in
         need_packages build/setup.log "${performance_packages[@]}"
         scripts/bench.sh --filter .
         scripts/count-instructions.sh
+        scripts/worst-cases.sh
         ;;
     --document-only) ;;
     *)
@@ -25,6 +26,6 @@ case ${1:-} in
         ;;
 esac
 python3 bench/report/renew_document.py docs/performance.md README.md \
-    build/bench/speed.json build/bench/counts build/bench
+    build/bench/speed.json build/bench/counts build/bench/worst.json build/bench
 gnuplot -e "folder='build/bench'; picture='docs/images/growth.png'" bench/report/growth.gnuplot
 git diff --stat -- docs README.md 2>/dev/null || true

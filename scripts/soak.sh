@@ -18,15 +18,15 @@ if ! [[ $calls =~ ^[1-9][0-9]*$ && $seed =~ ^[0-9]+$ ]] || [ $# -gt 2 ]; then
     sed -n '/^# Makes/,/^# Exit/s/^# \{0,1\}//p' "$0" >&2
     exit 2
 fi
-mkdir -p build/soak
-log=build/soak/build.log
+mkdir -p build/hostile
+log=build/hostile/soak.log
 { install_packages "$log" "${build_packages[@]}" &&
-    cmake --preset release -B build/soak -DQORFP_BUILD_FUZZ=ON &&
-    cmake --build build/soak --target soak -- -j"${JOBS:-$(nproc)}"; } >"$log.out" 2>&1 || {
+    cmake --preset release -B build/hostile -DQORFP_BUILD_FUZZ=ON &&
+    cmake --build build/hostile --target soak -- -j"${JOBS:-$(nproc)}"; } >"$log.out" 2>&1 || {
     tail -n 25 "$log.out" >&2
     exit 2
 }
 started=$SECONDS status=0
-build/soak/fuzz/soak/soak "$calls" "$seed" || status=$?
+build/hostile/fuzz/soak/soak "$calls" "$seed" || status=$?
 echo "$calls calls, twice, with seed $seed: $((SECONDS - started)) s"
 exit "$status"

@@ -1,6 +1,6 @@
 #!/usr/bin/env python3
 # SPDX-License-Identifier: Apache-2.0
-"""renew_document.py DOCUMENT README SPEED.json COUNTS PLOTS: writes the measured tables of the
+"""renew_document.py DOCUMENT README SPEED.json COUNTS WORST.json PLOTS: writes the measured tables of the
 document anew, between its lines <!-- begin NAME --> and <!-- end NAME -->, the item "Fast." of the
 README, and the data of the plots. COUNTS is the folder of host.json, armhf.json, armhf-plain.json
 and memory.json."""
@@ -233,6 +233,16 @@ def growth_lines(measured):
     return lines
 
 
+def worst_lines(table):
+    """The worst inputs of every call."""
+    lines = ["| Call | Ordinary | Worst | Ratio | Of times | Worst input |",
+             "|---|---:|---:|---:|---:|---|"]
+    for call, row in table.items():
+        lines.append(f"| {call} | {number(row['ordinary'])} | {number(row['worst'])} | "
+                     f"{row['ratio']:.1f} | {row['time_ratio']:.1f} | {row['input']} |")
+    return lines
+
+
 def renew_readme(path, measured):
     """Writes the list item with the most important figures."""
     context = measured.context
@@ -253,7 +263,7 @@ def renew_readme(path, measured):
 
 
 def main():
-    document_path, readme, speed_file, counts, plots = sys.argv[1:]
+    document_path, readme, speed_file, counts, worst, plots = sys.argv[1:]
     measured = Measured(speed_file, counts)
     document = Document(document_path)
     document.put("machine", machine_lines(measured))
@@ -263,6 +273,7 @@ def main():
     document.put("parts", part_lines(measured))
     document.put("traffic", traffic_lines(measured))
     document.put("growth", growth_lines(measured))
+    document.put("worst", worst_lines(json.loads(pathlib.Path(worst).read_text(encoding="utf-8"))))
     document.save()
     renew_readme(readme, measured)
     for kind in ("extract", "verify", "search"):
