@@ -19,6 +19,9 @@ build_packages=(
 # Tests in one configuration; the measuring programs are among what is tested.
 test_packages=("${build_packages[@]}" abigail-tools libbenchmark-dev libgtest-dev make python3)
 
+# Changing the library to see whether the tests notice: clang's view of the sources.
+mutation_packages=("${test_packages[@]}" python3-clang-14)
+
 # Tests for another machine or C library: the sources of GoogleTest, emulator and compiler.
 armhf_packages=("${test_packages[@]}" googletest qemu-user g++-arm-linux-gnueabihf)
 arm64_packages=("${test_packages[@]}" googletest qemu-user g++-aarch64-linux-gnu)
@@ -31,8 +34,10 @@ docs_packages=("${build_packages[@]}" doxygen mkdocs mkdocs-material ruby-html-p
 # The picture of a terminal in the README.
 record_packages=(python3-rich)
 
-# Tests in all configurations: clang, and its sanitizers' run-time library; 32-bit ARM; the site.
-all_test_packages=("${armhf_packages[@]}" "${docs_packages[@]}" clang libclang-rt-14-dev)
+# Tests in all configurations: clang, its sanitizers' run-time library and its view of the sources;
+# 32-bit ARM; the site.
+all_test_packages=("${armhf_packages[@]}" "${docs_packages[@]}" clang libclang-rt-14-dev
+    python3-clang-14)
 
 # Fuzzing, also the command line's readers of files.
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-14-dev)

@@ -471,6 +471,12 @@ TEST_F(AlignmentTest, AProbeWithoutBarsScoresZero) {
     EXPECT_EQ(Describe(testsupport::ToModel(Context().probe)), Describe(apart));
 }
 
+TEST_F(AlignmentTest, ASingleMinutiaIsTheCentreOfItsProbe) {
+    EXPECT_EQ(Align(SetOf({}), MakeSet({MakeMinutia(-17, 230, 0)})), 0);
+    EXPECT_EQ(Context().probeCentreX, -17);
+    EXPECT_EQ(Context().probeCentreY, 230);
+}
+
 TEST_F(AlignmentTest, ProbeCentreIsRoundedTowardsZero) {
     const MinutiaSet probe =
         MakeSet({MakeMinutia(-30, -10, 0), MakeMinutia(7, -11, 0), MakeMinutia(-5, -50, 0)});

@@ -513,6 +513,22 @@ TEST_F(FewMinutiaeTest, TenAreEnoughNineAreNot) {
     EXPECT_EQ(FuseSets(Captures(1)), 1);
 }
 
+TEST_F(FewMinutiaeTest, NineThatWereSeenTwiceAreFilledUpTenAreNot) {
+    const std::vector<Minutia> more = {MakeMinutia(70, 60, 50, 1, 1290),
+                                       MakeMinutia(140, 60, 180, 2, 1290)};
+    std::array<std::vector<Minutia>, 3> sets = Captures(6);
+    for (std::vector<Minutia>& set : sets) {
+        set.insert(set.begin(), more[0]);
+    }
+    ASSERT_EQ(FuseSets(sets), 0);
+    EXPECT_EQ(fused_.count, 12);
+    for (std::vector<Minutia>& set : sets) {
+        set.insert(set.begin(), more[1]);
+    }
+    ASSERT_EQ(FuseSets(sets), 0);
+    EXPECT_EQ(fused_.count, 10);
+}
+
 // -------------------------------------------------------------------------------- Against the model
 
 TEST_F(FusionTest, AgreesWithTheModelOnRandomCaptures) {
