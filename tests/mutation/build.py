@@ -43,7 +43,8 @@ class Build:
 
     def compile(self, output, changed, folder):
         """Compiles an object file with the sources below `changed` before the real ones; gives its
-        path, or None when the compiler refuses. At -O1, without warnings."""
+        path, or None when the compiler refuses. At -O1, without warnings; and a wrong index into an
+        array ends the program, as it does where the tests run with sanitizers."""
         entry = self._commands[output]
         source = os.path.relpath(os.path.normpath(self.folder / entry["file"]), self.root)
         arguments = []
@@ -59,7 +60,7 @@ class Build:
                 arguments.append("-O1" if word[:2] == "-O" and word != "-O0" else word)
         target = folder / output.replace("/", "_")
         arguments[1:1] = [f"-I{changed}"]
-        arguments += ["-w", "-o", str(target)]
+        arguments += ["-fsanitize=bounds", "-fsanitize-undefined-trap-on-error", "-w", "-o", str(target)]
         done = subprocess.run(arguments, cwd=self.folder, capture_output=True)
         return target if done.returncode == 0 else None
 

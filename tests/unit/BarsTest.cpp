@@ -118,6 +118,14 @@ TEST_F(BarsTest, FewerThanThreeMinutiaeGiveNoBars) {
     EXPECT_EQ(MakeFirstInfo(context), 0);
 }
 
+TEST_F(BarsTest, ASingleMinutiaIsTheCentreOfItsReferenceWhichFails) {
+    MatchContext* context = ContextIn(buffer_);
+    context->reference = testsupport::ToLibrary(MakeSet({MakeMinutia(-17, 230, 0)}));
+    EXPECT_EQ(MakeFirstInfo(context), 0);
+    EXPECT_EQ(context->referenceCentreX, -17);
+    EXPECT_EQ(context->referenceCentreY, 230);
+}
+
 TEST_F(BarsTest, EmptyReferenceHasItsCentreAtZeroAndFails) {
     buffer_.Reset(testsupport::Fill::kPattern);
     MatchContext* context = ContextIn(buffer_);

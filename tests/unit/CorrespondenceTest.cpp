@@ -6,12 +6,14 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <sstream>
 #include <string>
 #include <vector>
 
 #include "engine/Work.h"
+#include "match/BestPartner.h"
 #include "match/FPMatch.h"
 #include "tests/model/ModelAlignment.h"
 #include "tests/support/TestMinutiae.h"
@@ -167,6 +169,50 @@ TEST_F(CorrespondenceTest, CrowdsInOneList) {
         }
     }
     EXPECT_EQ(longest, 400);
+}
+
+/// The same minutiae in reverse order, so that bars become reverses.
+MinutiaSet Backwards(MinutiaSet set) {
+    std::reverse(set.minutiae.begin(), set.minutiae.end());
+    return set;
+}
+
+/// The same with the first angle of every bar from left to right turned.
+MinutiaSet LeftHeapTurned(MinutiaSet set, int32_t steps) {
+    for (model::Minutia& minutia : set.minutiae) {
+        const int32_t direction = minutia.direction + (minutia.x < 120 ? steps : 0);
+        minutia.direction = static_cast<uint8_t>(direction);
+    }
+    return set;
+}
+
+TEST_F(CorrespondenceTest, CrowdsOfWhichSomeAreBeyondTheTolerances) {
+    const uint64_t seed = testsupport::Seed() + 3;
+    SCOPED_TRACE(testsupport::SeedNote(seed));
+    Random random(seed);
+    for (int32_t steps = -13; steps <= 7; ++steps) {
+        SCOPED_TRACE(testing::Message() << "turned by " << steps);
+        const MinutiaSet set = TwoHeaps(random.Between(20, 60), random);
+        Compare(set, LeftHeapTurned(set, steps));
+        Compare(set, Backwards(LeftHeapTurned(set, steps)));
+        ASSERT_FALSE(HasFailure());
+    }
+}
+
+TEST_F(CorrespondenceTest, TheLastEntryOfACrowdFindsItsPartner) {
+    // All bars are in the last list, whose last entry is the longest bar's reverse.
+    std::vector<model::Minutia> minutiae;
+    for (int32_t i = 0; i < 8; ++i) {
+        minutiae.push_back(MakeMinutia(i == 0 ? 98 : 100, 100, 8, 1, 1290));
+        minutiae.push_back(MakeMinutia(140 + i, 100, 132, 2, 1290));
+    }
+    const MinutiaSet set = MakeSet(minutiae);
+    const MinutiaSet probe = Backwards(set);
+    EXPECT_GT(Compare(set, probe), 0U);
+    EXPECT_GT(Context().sectorLength[qorfp::kSectorLists - 1], 64);
+    const int32_t last = Context().referenceBarCount - 1;
+    EXPECT_EQ(Context().sectorEntries[4 * last + 3], last);
+    EXPECT_EQ(qorfp::WeightIn(Context().correspondence.referenceBest[last]), 1156);
 }
 
 TEST_F(CorrespondenceTest, WhatLiesBehindAListIsNotCompared) {

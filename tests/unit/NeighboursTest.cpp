@@ -57,6 +57,24 @@ TEST(Neighbours, AreNeverFartherAway) {
     }
 }
 
+TEST(Neighbours, AreTwoHundredPixelsAwayAmongManyToo) {
+    // Twenty around minutia 0, all at the longest distance.
+    const int32_t offsets[5][2] = {{200, 0}, {192, 56}, {160, 120}, {120, 160}, {56, 192}};
+    std::vector<model::Minutia> minutiae = {MakeMinutia(256, 256, 0)};
+    for (const auto& offset : offsets) {
+        for (const int32_t turn : {0, 1, 2, 3}) {
+            const int32_t x = turn % 2 == 0 ? offset[0] : -offset[1];
+            const int32_t y = turn % 2 == 0 ? offset[1] : offset[0];
+            minutiae.push_back(
+                MakeMinutia(256 + (turn < 2 ? x : -x), 256 + (turn < 2 ? y : -y), 0));
+        }
+    }
+    const ::MinutiaSet set = testsupport::ToLibrary(MakeSet(minutiae));
+    qorfp::NeighbourWork work;
+    qorfp::FindNeighbours(set, &work);
+    EXPECT_EQ(work.neighbours[0], 0x7FEU) << "the ten of the lowest numbers";
+}
+
 TEST(BarLength, IsTheWholeRootOfTheSquaredDistance) {
     int32_t root = 15;
     for (int32_t squared = 225; squared <= 40000; ++squared) {
