@@ -21,7 +21,8 @@ struct Picture {
 };
 
 /// "finger1", "finger2": ridges of two made-up fingers in the middle of the image; "finger1@9,-6":
-/// moved by 9 pixels to the right and 6 up; "noisy1": the first one with noise; "grey0"
+/// moved by 9 pixels to the right and 6 up; "noisy1": the first one with noise, "drowned1"
+/// with ten times as much; "grey0"
 /// to "grey255": uniform; "ramp": all grey values in diagonal stripes;
 /// "levels": only 0, 85, 170 and 255, for images of 1, 2 and 4 bits ("levels1": 0 and 255).
 /// Throws std::runtime_error for another name.

@@ -100,9 +100,10 @@ int NoiseAt(size_t x, size_t y) {
     return static_cast<int>(word % 81) - 40;
 }
 
-void AddNoise(Picture& picture) {
+void AddNoise(Picture& picture, int strength) {
     for (size_t i = 0; i < picture.pixels.size(); ++i) {
-        const int grey = picture.pixels[i] + NoiseAt(i % picture.width, i / picture.width);
+        const int grey =
+            picture.pixels[i] + strength * NoiseAt(i % picture.width, i / picture.width);
         picture.pixels[i] = static_cast<uint8_t>(grey < 0 ? 0 : grey > 255 ? 255 : grey);
     }
 }
@@ -140,9 +141,9 @@ Picture MakePattern(const std::string& name, size_t width, size_t height) {
             return FingerPicture(kFinger2, width, height, moveX, moveY);
         }
     }
-    if (name == "noisy1") {
+    if (name == "noisy1" || name == "drowned1") {
         Picture noisy = FingerPicture(kFinger1, width, height, 0, 0);
-        AddNoise(noisy);
+        AddNoise(noisy, name == "noisy1" ? 1 : 10);
         return noisy;
     }
     Picture picture{width, height, {}};

@@ -7,6 +7,7 @@
 
 #include "tools/qorfp/Canvas.h"
 #include "tools/qorfp/Commands.h"
+#include "tools/qorfp/Diagnosis.h"
 #include "tools/qorfp/Engine.h"
 #include "tools/qorfp/ExitStatus.h"
 #include "tools/qorfp/FileIo.h"
@@ -79,7 +80,8 @@ int RunDraw(const DrawOptions& options) {
     StartEngine();
     const Extraction extraction = Extract(finger);
     if (!extraction.isDone) {
-        std::printf("%s: %s\n", options.image.c_str(), kNoTemplateReason);
+        std::printf("%s: %s\n", options.image.c_str(),
+                    NoTemplateText(MeasureFinger(finger, options.imageOptions.dpi)).c_str());
         return kExitNo;
     }
     const TemplateView view = ReadTemplate(extraction.bytes);

@@ -4,17 +4,15 @@
 #include <array>
 #include <cstdio>
 #include <memory>
-#include <nlohmann/json.hpp>
 
 #include "tools/qorfp/Commands.h"
 #include "tools/qorfp/ExitStatus.h"
+#include "tools/qorfp/FiguresJson.h"
 #include "tools/qorfp/FingerInput.h"
 #include "tools/qorfp/TemplateView.h"
 
 namespace qorfp::cli {
 namespace {
-
-using Json = nlohmann::ordered_json;
 
 constexpr double kDegreesPerStep = 1.5;
 
@@ -114,7 +112,7 @@ Json KeysJson(const TemplateView& view) {
     return list;
 }
 
-void PrintJson(const std::string& file, const TemplateView& view) {
+void PrintTemplateJson(const std::string& file, const TemplateView& view) {
     Json root;
     root["file"] = file;
     root["version"] = view.version;
@@ -130,15 +128,13 @@ void PrintJson(const std::string& file, const TemplateView& view) {
     root["checksum"] = {{"state", ChecksumState(view)},
                         {"stored", view.storedChecksum},
                         {"computed", view.computedChecksum}};
-    constexpr int kIndent = 2;
-    // File names need not be valid UTF-8; what is not is replaced rather than refused.
-    std::printf("%s\n", root.dump(kIndent, ' ', false, Json::error_handler_t::replace).c_str());
+    PrintJson(root);
 }
 
 int RunInfo(const InfoOptions& options) {
     const TemplateView view = ReadTemplate(LoadTemplate(options.file));
     if (options.asJson) {
-        PrintJson(options.file, view);
+        PrintTemplateJson(options.file, view);
     } else {
         PrintHead(options.file, view);
         PrintMinutiae(view);

@@ -11,6 +11,7 @@
 #include "tools/qorfp/FingerInput.h"
 #include "tools/qorfp/MatchedPairs.h"
 #include "tools/qorfp/PairPicture.h"
+#include "tools/qorfp/Resample.h"
 #include "tools/qorfp/ToolError.h"
 
 namespace qorfp::cli {
@@ -29,12 +30,14 @@ struct MatchOptions {
 
 PairSide LoadSide(const char* letter, const std::string& path, const ImageOptions& options,
                   TemplateBytes& bytes) {
-    FingerOrTemplate input = LoadFingerOrTemplate(path, options);
+    const FingerOrTemplate input = LoadFingerOrTemplate(path, options);
     bytes = input.bytes;
     PairSide side;
     side.caption = std::string(letter) + ": " + BaseName(path);
     side.view = ReadTemplate(bytes);
-    side.finger = std::move(input.finger);
+    if (input.finger) {
+        side.finger = AsTheEngineSeesIt(*input.finger);
+    }
     return side;
 }
 

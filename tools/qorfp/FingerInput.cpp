@@ -6,6 +6,7 @@
 #include <CLI/CLI.hpp>
 #include <utility>
 
+#include "tools/qorfp/Diagnosis.h"
 #include "tools/qorfp/Engine.h"
 #include "tools/qorfp/FileIo.h"
 #include "tools/qorfp/FitWindow.h"
@@ -90,9 +91,9 @@ FingerOrTemplate LoadFingerOrTemplate(const std::string& path, const ImageOption
     const GreyImage finger = PrepareFinger(path, bytes, options);
     const Extraction extraction = Extract(finger);
     if (!extraction.isDone) {
-        throw ToolError(path, kNoTemplateReason);
+        throw ToolError(path, NoTemplateText(MeasureFinger(finger, options.dpi)));
     }
-    return {AsTheEngineSeesIt(finger), extraction.bytes};
+    return {finger, extraction.bytes};
 }
 
 TemplateBytes LoadOrExtractTemplate(const std::string& path, const ImageOptions& options) {

@@ -32,7 +32,7 @@ TemplateBytes LoadTemplate(const std::string& path);
 
 /// What an argument that may be an image or a template has given.
 struct FingerOrTemplate {
-    std::optional<GreyImage> finger;  // as the engine sees it: of the size the minutiae count in
+    std::optional<GreyImage> finger;  // of legal size
     TemplateBytes bytes = {};
 };
 

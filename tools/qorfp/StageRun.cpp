@@ -61,6 +61,7 @@ class StageRunner {
         CalcDirA(buffer_, width_, height_, &quality);
         Keep("CalcDirA", "orientation, finger area; quality " + std::to_string(quality),
              StageView::kOrientation);
+        stages_.back().quality = quality;
         SmoothRidge(buffer_, width_, height_);
         Keep("SmoothRidge", "smoothed along the ridges", StageView::kImage);
         BinImageA(buffer_, width_, height_);

@@ -26,6 +26,7 @@ struct Stage {
     GreyImage image;       // after the stage
     GreyImage directions;  // block direction map, one byte a 4 x 4 block; for the two map views
     GreyImage periods;     // ridge-period map, likewise; for its own view
+    int quality = 0;       // of the stage that tells it, CalcDirA
     std::vector<MinutiaMark> marks;  // in image pixels
 };
 

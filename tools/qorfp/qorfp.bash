@@ -31,8 +31,8 @@ _qorfp() {
         return
     fi
     case $command in
-        extract) options="-o --output $image_options" files=("${images[@]}") ;;
-        verify) options="--level $image_options" files=("${images[@]}" bin) ;;
+        extract) options="-o --output --json $image_options" files=("${images[@]}") ;;
+        verify) options="--level --json $image_options" files=("${images[@]}" bin) ;;
         enroll) options="-o --output $image_options" files=("${images[@]}" bin) ;;
         improve) options=$image_options files=("${images[@]}" bin) ;;
         identify) options="--level --top --strict $image_options" files=("${images[@]}" bin) ;;
