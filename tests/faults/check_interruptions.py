@@ -28,6 +28,8 @@ COMMANDS = {
     "enroll": ("enroll finger.pgm noisy.pgm -o new.bin", ["new.bin"]),
     "improve": ("improve finger.bin noisy.pgm", ["finger.bin"]),
     "check": ("check --write old1.bin old2.bin", ["old1.bin", "old2.bin"]),
+    "export": ("export finger.bin --format ansi378 -o new.fmr", ["new.fmr"]),
+    "import": ("import finger.fmr -o new.bin", ["new.bin"]),
     "draw": ("draw finger.pgm -o new.png", ["new.png"]),
 }
 
@@ -63,6 +65,7 @@ class Bench:
                            check=True, timeout=TIMEOUT)
         for name in ("finger", "second"):
             self.run(f"extract {name}.pgm -o {name}.bin", self.model)
+        self.run("export finger.bin --format iso19794-2 -o finger.fmr", self.model)
         template = (self.model / "finger.bin").read_bytes()
         for name in ("old1", "old2"):
             (self.model / f"{name}.bin").write_bytes(b"300" + template[3:370] + bytes(142))
