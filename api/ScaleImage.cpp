@@ -7,6 +7,7 @@
 
 #include "api/Fpm.h"
 #include "api/Interpolate.h"
+#include "engine/StageMemory.h"
 #include "engine/Work.h"
 
 namespace {
@@ -51,6 +52,8 @@ void FPM_ImageScaleTo508(int32_t srcWidth, int32_t srcHeight, const uint8_t* src
 }
 
 void FPM_fpc1011_scale_image(uint8_t* buffer) {
+    constexpr int64_t kSensorBytes = kSensorWidth * kSensorHeight;
+    const StageMemory memory(buffer, {Held(0, kSensorBytes), Scratch(kSensorBytes, kParkedAt)});
     memcpy(buffer + kParkedAt, buffer, kSensorWidth * kSensorHeight);
     FPM_ImageScaleTo508(kSensorWidth, kSensorHeight, buffer + kParkedAt, kScaledWidth,
                         kScaledHeight, buffer);

@@ -114,6 +114,7 @@ if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
 endif()
 target_include_directories(qorfp_objects PUBLIC ${PROJECT_SOURCE_DIR})
 target_link_libraries(qorfp_objects PRIVATE qorfp_warnings)
+qorfp_sanitize_like_library(qorfp_objects)
 if(QORFP_BUDGET)
   # GCC then writes call graph and frame sizes beside each object file, for tests/budget; the code
   # is the same. ccache would not keep these files.

@@ -10,3 +10,17 @@ if(QORFP_SANITIZE)
                       -fno-omit-frame-pointer)
   add_link_options(-fsanitize=${QORFP_SANITIZE})
 endif()
+if(QORFP_SANITIZE STREQUAL "memory")
+  # The standard libraries of the tests do not tell MemorySanitizer what they write. So it watches the
+  # library only, for which everything that its callers hand over counts as written.
+  add_compile_options($<$<NOT:$<BOOL:$<TARGET_PROPERTY:QORFP_IS_WATCHED>>>:-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/tests/sanitizers/callers.ignore>)
+endif()
+
+# qorfp_sanitize_like_library(TARGET): what is for the library's own files and not for all.
+function(qorfp_sanitize_like_library TARGET)
+  set_target_properties(${TARGET} PROPERTIES QORFP_IS_WATCHED ON)
+  if(QORFP_SANITIZE_LIBRARY)
+    target_compile_options(${TARGET} PRIVATE
+      -fsanitize=${QORFP_SANITIZE_LIBRARY} -fno-sanitize-recover=all)
+  endif()
+endfunction()

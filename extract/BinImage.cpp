@@ -144,6 +144,8 @@ void BinImageA(uint8_t* buffer, int32_t width, int32_t height) {
         memset(buffer, kBackground, static_cast<size_t>(width * height));
         return;
     }
+    const StageMemory memory(buffer,
+                             {ImageOf(layout), ScratchOf<BinImageAScratch>(layout.periodMap)});
     BinImageAScratch* scratch = WorkAt<BinImageAScratch>(buffer + layout.periodMap);
     const int32_t stride = Max(width, kRingMinWidth);
     ForEachBand<kRingDistance>(
@@ -170,6 +172,8 @@ void BinImageB(uint8_t* buffer, int32_t width, int32_t height) {
     if (!layout.isUsable || !HasRoom(layout.periodMap, sizeof(BinImageBScratch))) {
         return;
     }
+    const StageMemory memory(buffer,
+                             {ImageOf(layout), ScratchOf<BinImageBScratch>(layout.periodMap)});
     BinImageBScratch* scratch = WorkAt<BinImageBScratch>(buffer + layout.periodMap);
     const size_t rowBytes = static_cast<size_t>(width);
     memset(scratch, 0, sizeof(*scratch));

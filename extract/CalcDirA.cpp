@@ -280,6 +280,8 @@ void CalcDirA(uint8_t* buffer, int32_t width, int32_t height, int32_t* quality) 
         layout.blockRows == 0) {
         return;
     }
+    const StageMemory memory(buffer, {ImageOf(layout), NewDirectionsOf(layout),
+                                      ScratchOf<CalcDirAScratch>(layout.periodMap)});
     uint8_t* map = buffer + layout.directionMap;
     CalcDirAScratch* scratch = WorkAt<CalcDirAScratch>(buffer + layout.periodMap);
     const GreyStretcher stretcher(FindGreyStretch(buffer, width, height, scratch->histogram));

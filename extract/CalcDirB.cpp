@@ -139,6 +139,8 @@ void qorfp::CalcDirBOf(uint8_t* buffer, int32_t width, int32_t height, bool isKn
         layout.blockRows == 0) {
         return;
     }
+    const StageMemory memory(buffer, {ImageOf(layout), DirectionsOf(layout),
+                                      ScratchOf<CalcDirBScratch>(layout.periodMap)});
     CalcDirBScratch* scratch = WorkAt<CalcDirBScratch>(buffer + layout.periodMap);
     scratch->differenceWindow.Clear(kReach);
     scratch->mixedWindow.Clear(kReach);

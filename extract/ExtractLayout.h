@@ -12,6 +12,7 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Work.h"
 
 namespace qorfp {
@@ -57,6 +58,28 @@ constexpr ExtractLayout LayOutExtract(int32_t width, int32_t height) {
     layout.scratch = AlignUp4(layout.periodMap + mapBytes);
     layout.isUsable = layout.scratch <= kWorkBytes;
     return layout;
+}
+
+/// A stage's own parts of the buffer: the image, and the block maps that it reads or makes. The up to
+/// three bytes behind a map belong to it: vectors at its end reach them.
+constexpr WorkPart ImageOf(const ExtractLayout& layout) {
+    return Held(0, layout.directionMap);
+}
+
+constexpr WorkPart DirectionsOf(const ExtractLayout& layout) {
+    return Held(layout.directionMap, layout.periodMap - layout.directionMap);
+}
+
+constexpr WorkPart NewDirectionsOf(const ExtractLayout& layout) {
+    return Scratch(layout.directionMap, layout.periodMap - layout.directionMap);
+}
+
+constexpr WorkPart PeriodsOf(const ExtractLayout& layout) {
+    return Held(layout.periodMap, layout.scratch - layout.periodMap);
+}
+
+constexpr WorkPart NewPeriodsOf(const ExtractLayout& layout) {
+    return Scratch(layout.periodMap, layout.scratch - layout.periodMap);
 }
 
 /// True when a scratch record of `bytes` bytes fits from `offset` to the buffer's end.

@@ -55,6 +55,8 @@ int32_t CreateTemplate(uint8_t* buffer, int32_t width, int32_t height, uint8_t* 
     if (layout.blockRows < kMinBlockRows || !HasRoom(layout.scratch, sizeof(MinutiaeScratch))) {
         return kNoTemplate;
     }
+    const StageMemory memory(buffer, {ImageOf(layout), DirectionsOf(layout), PeriodsOf(layout),
+                                      ScratchOf<MinutiaeScratch>(layout.scratch)});
     MinutiaeScratch* scratch = WorkAt<MinutiaeScratch>(buffer + layout.scratch);
     const Skeleton skeleton = SkeletonIn(buffer, width, height);
     CandidateList* candidates = &scratch->candidates;

@@ -7,10 +7,11 @@
 #include <stdint.h>
 
 #if defined(__clang__)
-// Clang's integer sanitizer reports unsigned wrap and sign changes; only the three Wrap helpers
-// mean them.
-#define QORFP_WRAPS \
-    __attribute__((no_sanitize("unsigned-integer-overflow", "implicit-integer-sign-change")))
+// Clang's integer sanitizer reports unsigned wrap, sign changes and bits that leave the word; only the
+// helpers below mean them.
+#define QORFP_WRAPS                                                                         \
+    __attribute__((no_sanitize("unsigned-integer-overflow", "implicit-integer-sign-change", \
+                               "unsigned-shift-base")))
 #else
 #define QORFP_WRAPS
 #endif
@@ -31,9 +32,24 @@ QORFP_WRAPS constexpr int32_t WrapSub32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) - static_cast<uint32_t>(b));
 }
 
+/// a - b modulo 2^32.
+QORFP_WRAPS constexpr uint32_t WrapSub32(uint32_t a, uint32_t b) {
+    return a - b;
+}
+
 /// a x b, wrapping as two's complement.
 QORFP_WRAPS constexpr int32_t WrapMul32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
+}
+
+/// value << bits; what leaves the word is gone.
+QORFP_WRAPS constexpr uint32_t WrapShift32(uint32_t value, int32_t bits) {
+    return value << bits;
+}
+
+/// `bits` but for the lowest one that is set; of 0, 0.
+QORFP_WRAPS constexpr uint32_t WithoutLowestBit(uint32_t bits) {
+    return bits & (bits - 1);
 }
 
 /// value >> bits, filling with the sign (floor of the quotient).

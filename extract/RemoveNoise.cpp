@@ -98,8 +98,12 @@ void qorfp::RemoveNoiseOf(uint8_t* buffer, int32_t width, int32_t height, bool i
     if (height > 2 && width > kVectorBytes + 1 &&
         HasRoom(layout.periodMap, sizeof(BinaryScratch)) &&
         (isKnownBinary || IsBinary(buffer, width, height))) {
+        const StageMemory memory(buffer,
+                                 {ImageOf(layout), ScratchOf<BinaryScratch>(layout.periodMap)});
         RemoveBinary(buffer, width, height, WorkAt<BinaryScratch>(scratch));
     } else {
+        const StageMemory memory(buffer,
+                                 {ImageOf(layout), ScratchOf<PlainScratch>(layout.periodMap)});
         RemoveAny(buffer, width, height, WorkAt<PlainScratch>(scratch));
     }
     memset(buffer, 255, static_cast<size_t>(width));

@@ -140,11 +140,12 @@ uint32_t FindRises(const uint8_t* middle, const int32_t* offsets) {
 
 // Mean distance between the rises of a profile, in pixels less kPeriodBase, 1..9.
 uint8_t PeriodOf(uint32_t rises, int32_t stepLength) {
-    if ((rises & (rises - 1)) == 0) {
+    const uint32_t others = WithoutLowestBit(rises);
+    if (others == 0) {
         return kUnknownPeriod;  // one or none
     }
     int32_t gaps = 0;
-    for (uint32_t rest = rises & (rises - 1); rest != 0; rest &= rest - 1) {
+    for (uint32_t rest = others; rest != 0; rest = WithoutLowestBit(rest)) {
         ++gaps;
     }
     const int32_t distance = 31 - __builtin_clz(rises) - __builtin_ctz(rises);  // first to last
@@ -275,6 +276,8 @@ void GetRidgeDensity(uint8_t* buffer, int32_t width, int32_t height) {
     if (!layout.isUsable || !HasRoom(layout.scratch, sizeof(RidgeDensityScratch))) {
         return;
     }
+    const StageMemory memory(buffer, {ImageOf(layout), DirectionsOf(layout), NewPeriodsOf(layout),
+                                      ScratchOf<RidgeDensityScratch>(layout.scratch)});
     RidgeDensityScratch* scratch = WorkAt<RidgeDensityScratch>(buffer + layout.scratch);
     const Maps maps = {buffer + layout.directionMap, buffer + layout.periodMap, layout.blockColumns,
                        layout.blockRows};

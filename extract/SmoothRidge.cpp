@@ -204,6 +204,8 @@ void qorfp::SmoothRidgeOf(uint8_t* buffer, int32_t width, int32_t height, bool i
         layout.blockColumns == 0 || layout.blockRows == 0) {
         return;
     }
+    const StageMemory memory(buffer, {ImageOf(layout), DirectionsOf(layout),
+                                      ScratchOf<SmoothRidgeScratch>(layout.periodMap)});
     const Image image = {buffer, width, height};
     SmoothRidgeScratch* scratch = WorkAt<SmoothRidgeScratch>(buffer + layout.periodMap);
     const bool isBinary = isKnownBinary || IsBinary(buffer, width, height);

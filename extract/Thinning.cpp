@@ -201,9 +201,13 @@ void Thinning(uint8_t* buffer, int32_t width, int32_t height) {
     if (height < 3 || !layout.isUsable || !HasRoom(layout.scratch, sizeof(PlainScratch))) {
         return;
     }
+    const bool hasRoomForBits = HasRoom(layout.scratch, sizeof(BitScratch));
+    static_assert(sizeof(PlainScratch) <= sizeof(BitScratch), "either is in its bytes");
+    const StageMemory memory(
+        buffer, {ImageOf(layout), hasRoomForBits ? ScratchOf<BitScratch>(layout.scratch)
+                                                 : ScratchOf<PlainScratch>(layout.scratch)});
     uint8_t* scratch = buffer + layout.scratch;
-    if (!HasRoom(layout.scratch, sizeof(BitScratch)) ||
-        !ThinBinary(buffer, width, height, WorkAt<BitScratch>(scratch))) {
+    if (!hasRoomForBits || !ThinBinary(buffer, width, height, WorkAt<BitScratch>(scratch))) {
         ThinPixels(buffer, width, height, WorkAt<PlainScratch>(scratch));
     }
 }

@@ -373,13 +373,13 @@ inline U16x8 LookUpEight(const uint16_t* table, const uint8_t* at) {
 #if defined(__SSE2__)
     // One insertion a lane; the general form below becomes moves and interleavings.
     __m128i entries = _mm_cvtsi32_si128(table[at[0]]);
-    entries = _mm_insert_epi16(entries, table[at[kStep]], 1);
-    entries = _mm_insert_epi16(entries, table[at[2 * kStep]], 2);
-    entries = _mm_insert_epi16(entries, table[at[3 * kStep]], 3);
-    entries = _mm_insert_epi16(entries, table[at[4 * kStep]], 4);
-    entries = _mm_insert_epi16(entries, table[at[5 * kStep]], 5);
-    entries = _mm_insert_epi16(entries, table[at[6 * kStep]], 6);
-    entries = _mm_insert_epi16(entries, table[at[7 * kStep]], 7);
+    entries = _mm_insert_epi16(entries, static_cast<int16_t>(table[at[kStep]]), 1);
+    entries = _mm_insert_epi16(entries, static_cast<int16_t>(table[at[2 * kStep]]), 2);
+    entries = _mm_insert_epi16(entries, static_cast<int16_t>(table[at[3 * kStep]]), 3);
+    entries = _mm_insert_epi16(entries, static_cast<int16_t>(table[at[4 * kStep]]), 4);
+    entries = _mm_insert_epi16(entries, static_cast<int16_t>(table[at[5 * kStep]]), 5);
+    entries = _mm_insert_epi16(entries, static_cast<int16_t>(table[at[6 * kStep]]), 6);
+    entries = _mm_insert_epi16(entries, static_cast<int16_t>(table[at[7 * kStep]]), 7);
     return AsLanes<U16x8>(entries);
 #else
     return U16x8{table[at[0]],         table[at[kStep]],     table[at[2 * kStep]],
@@ -402,13 +402,13 @@ inline U8x16 LoadPairs(const uint8_t* from, const uint8_t* at) {
     };
 #if defined(__SSE2__)
     __m128i pairs = _mm_cvtsi32_si128(pair(0));
-    pairs = _mm_insert_epi16(pairs, pair(1), 1);
-    pairs = _mm_insert_epi16(pairs, pair(2), 2);
-    pairs = _mm_insert_epi16(pairs, pair(3), 3);
-    pairs = _mm_insert_epi16(pairs, pair(4), 4);
-    pairs = _mm_insert_epi16(pairs, pair(5), 5);
-    pairs = _mm_insert_epi16(pairs, pair(6), 6);
-    pairs = _mm_insert_epi16(pairs, pair(7), 7);
+    pairs = _mm_insert_epi16(pairs, static_cast<int16_t>(pair(1)), 1);
+    pairs = _mm_insert_epi16(pairs, static_cast<int16_t>(pair(2)), 2);
+    pairs = _mm_insert_epi16(pairs, static_cast<int16_t>(pair(3)), 3);
+    pairs = _mm_insert_epi16(pairs, static_cast<int16_t>(pair(4)), 4);
+    pairs = _mm_insert_epi16(pairs, static_cast<int16_t>(pair(5)), 5);
+    pairs = _mm_insert_epi16(pairs, static_cast<int16_t>(pair(6)), 6);
+    pairs = _mm_insert_epi16(pairs, static_cast<int16_t>(pair(7)), 7);
     return AsLanes<U8x16>(pairs);
 #else
     return AsLanes<U8x16>(

@@ -120,7 +120,7 @@ void KeepBest(MatchContext* context, int32_t count) {
         lanes &= lanes - 1;
         const bool isLast = lanes == 0;
         k += isLast ? 1 : 0;
-        lanes |= nextLanes & -static_cast<uint32_t>(isLast);
+        lanes |= nextLanes & static_cast<uint32_t>(-static_cast<int32_t>(isLast));
     }
 }
 

@@ -5,6 +5,7 @@
 
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Template.h"
 #include "extract/FixedMath.h"
 #include "match/FPMatch.h"
@@ -257,6 +258,7 @@ void Merge(FusionWork* work, const Roles& roles) {
 }  // namespace
 
 int32_t GeneralizeTemplate(uint8_t* work, uint8_t* templates) {
+    const StageMemory memory(work, {ScratchOf<FusionWork>(0)});
     FusionWork* fusion = WorkAt<FusionWork>(work);
     for (int32_t i = 0; i < kFusedTemplates; ++i) {
         const int32_t error =

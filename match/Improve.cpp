@@ -6,6 +6,7 @@
 
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Template.h"
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
@@ -156,6 +157,7 @@ void Update(ImproveWork* work) {
 
 int32_t MatchWithImprove(uint8_t* work, const uint8_t* sample, uint8_t* enrolled,
                          int32_t* updated) {
+    const StageMemory memory(work, {ScratchOf<ImproveWork>(0)});
     ImproveWork* improve = WorkAt<ImproveWork>(work);
     MatchContext* context = &improve->match.context;
     *updated = 0;

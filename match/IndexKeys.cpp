@@ -5,6 +5,7 @@
 
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Template.h"
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
@@ -195,6 +196,7 @@ void PackKeys(const IndexWorkspace& work, uint8_t* out) {
 }  // namespace
 
 int32_t CreateIndex(uint8_t* work, const uint8_t* bytes, uint8_t* out) {
+    const StageMemory memory(work, {ScratchOf<IndexWorkspace>(0)});
     IndexWorkspace* index = WorkAt<IndexWorkspace>(work);
     ClearKeys(index);
     const int32_t error = DecodeTemplate(bytes, &index->set, nullptr);

@@ -11,6 +11,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Template.h"
 #include "extract/FixedMath.h"
 #include "extract/Vector.h"
@@ -60,11 +61,11 @@ uint32_t RowOfA(StoredKey key, int32_t slot) {
 }
 
 uint32_t RowOfB(StoredKey key, int32_t slot) {
-    return key.placed << kRowShift >> (12 + 4 * slot) & 15 << kRowShift;
+    return WrapShift32(key.placed, kRowShift) >> (12 + 4 * slot) & 15 << kRowShift;
 }
 
 uint32_t RowOfC(StoredKey key, int32_t slot) {
-    return key.placed << kRowShift >> (4 * slot) & 15 << kRowShift;
+    return WrapShift32(key.placed, kRowShift) >> (4 * slot) & 15 << kRowShift;
 }
 
 Sets RowAt(const SlotSets* rows, uint32_t offset) {
@@ -277,6 +278,8 @@ int32_t ScoreAll(uint8_t* work, int32_t n, int32_t* scores, AreaOf areaOf) {
     if (n < 1) {
         return 0;
     }
+    constexpr int64_t kScratchAt = offsetof(IndexWorkspace, score);
+    const StageMemory memory(work, {Held(0, kScratchAt), ScratchOf<IndexScoreScratch>(kScratchAt)});
     IndexWorkspace* index = WorkAt<IndexWorkspace>(work);
     const bool isSound = MakeProbeSets(*index, &index->score.sets);
     memset(index->score.probeBest, 0, sizeof(index->score.probeBest));

@@ -5,7 +5,9 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Template.h"
+#include "extract/FixedMath.h"
 #include "match/FPMatch.h"
 
 namespace {
@@ -40,7 +42,7 @@ uint32_t TestEnds(const Bar& bar, int32_t count) {
     const uint32_t limits = static_cast<uint32_t>(count - 1) * 0x00010001;
     uint32_t ends;
     memcpy(&ends, &bar.first, sizeof(ends));
-    return ends | ~((limits | kHighestBits) - ends);
+    return ends | ~WrapSub32(limits | kHighestBits, ends);
 }
 static_assert(offsetof(Bar, second) == sizeof(Bar::first), "the ends are next to each other");
 
@@ -88,6 +90,7 @@ bool IsReferenceSound(const MatchContext& context) {
 }  // namespace
 
 int32_t Match(uint8_t* work, const uint8_t* reference, const uint8_t* probe) {
+    const StageMemory memory(work, {ScratchOf<MatchWork>(0)});
     MatchWork* match = WorkAt<MatchWork>(work);
     memset(&match->context, 0, kClearedBytes);
     memset(&match->result, 0, sizeof(match->result));
@@ -100,6 +103,14 @@ int32_t Match(uint8_t* work, const uint8_t* reference, const uint8_t* probe) {
 }
 
 int32_t MatchNext(uint8_t* work, const uint8_t* probe) {
+    constexpr int64_t kProbeAt = offsetof(MatchContext, probe);
+    constexpr int64_t kMoreOfReferenceAt = offsetof(MatchContext, sectorBars);
+    constexpr int64_t kScratchAt = offsetof(MatchContext, correspondence);
+    static_assert(offsetof(MatchWork, context) == 0, "the offsets count from the record's start");
+    const StageMemory memory(work,
+                             {Held(0, kProbeAt), Scratch(kProbeAt, kMoreOfReferenceAt - kProbeAt),
+                              Held(kMoreOfReferenceAt, kScratchAt - kMoreOfReferenceAt),
+                              Scratch(kScratchAt, sizeof(MatchWork) - kScratchAt)});
     MatchWork* match = WorkAt<MatchWork>(work);
     if (DecodeTemplate(probe, &match->context.probe, nullptr) != 0 ||
         !IsReferenceSound(match->context)) {

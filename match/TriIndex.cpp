@@ -2,6 +2,7 @@
 //
 // The triangle index: a probe's keys filed by the directions of each pair of their neighbours.
 
+#include "engine/StageMemory.h"
 #include "match/FPMatch.h"
 #include "match/NearTurns.h"
 
@@ -30,6 +31,9 @@ void BuildPlane(const KeySet nearFirst[kTurnLevels], const KeySet nearSecond[kTu
 }  // namespace
 
 int32_t CreateTri(uint8_t* work) {
+    constexpr int64_t kPlanesAt = offsetof(IndexWorkspace, planes);
+    const StageMemory memory(
+        work, {Held(0, kPlanesAt), Scratch(kPlanesAt, sizeof(IndexWorkspace::planes))});
     IndexWorkspace* index = WorkAt<IndexWorkspace>(work);
     // CreateIndex leaves at most 30 keys; a buffer that something else has used may say anything.
     const bool isSound = index->keyCount >= 0 && index->keyCount <= kMaxWorkKeys;

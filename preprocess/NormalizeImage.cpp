@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Work.h"
 #include "preprocess/FPPreprocess.h"
 #include "preprocess/Normalize9x9.h"
@@ -109,19 +110,24 @@ void NormalizeImage(int32_t width, int32_t height, uint8_t* image, int32_t meanR
     uint8_t* source = image + movedBytes + width;
     const int64_t meansAt = movedBytes + width + imageBytes;
     const int64_t sumsAt = (meansAt + static_cast<int64_t>(extent) * width + 3) / 4 * 4;
-    const size_t sumsBytes = static_cast<size_t>(width) * 4;
+    const int64_t sumsBytes = int64_t{width} * 4;
     static_assert(kMostScratchBytes + 4 + kMostScratchBytes / 8 < kWorkBytes, "room for the row");
+    const bool isUsual =
+        meanRadius == kReachOf9x9 && devRadius == kReachOf9x9 && TakesNormalize9x9(width, height);
+    const int64_t scratchAt = (meansAt + 1) / 2 * 2;
+    const StageMemory memory(image, {Held(0, imageBytes), Scratch(imageBytes, meansAt - imageBytes),
+                                     isUsual ? ScratchOf<Normalize9x9Scratch>(scratchAt)
+                                             : Scratch(meansAt, sumsAt - meansAt + 2 * sumsBytes)});
     memmove(source, image, static_cast<size_t>(imageBytes));
-    if (meanRadius == kReachOf9x9 && devRadius == kReachOf9x9 && TakesNormalize9x9(width, height)) {
+    if (isUsual) {
         static_assert(kMostScratchBytes + kMostScratchBytes / 8 + 4 + sizeof(Normalize9x9Scratch) <=
                           kWorkBytes,
                       "fits behind every image that is not refused");
-        Normalize9x9(width, height, source, image,
-                     WorkAt<Normalize9x9Scratch>(image + (meansAt + 1) / 2 * 2));
+        Normalize9x9(width, height, source, image, WorkAt<Normalize9x9Scratch>(image + scratchAt));
         return;
     }
     int32_t* meanSums = WorkAt<int32_t>(image + sumsAt);
-    memset(meanSums, 0, 2 * sumsBytes);
+    memset(meanSums, 0, static_cast<size_t>(2 * sumsBytes));
 
     DeviationWindow window = {width, height, devRadius,       extent,
                               0,     source, image + meansAt, meanSums + width};

@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Work.h"
 #include "extract/RowBands.h"
 #include "preprocess/FPPreprocess.h"
@@ -94,12 +95,15 @@ void PuttyImage(int32_t width, int32_t height, uint8_t* image) {
     const int64_t rowBytes = width;
     const int32_t copyRows = BandCopiesIn(kWorkBytes - scratchAt, width);
     if (width >= kMinVectorWidth && copyRows >= kLeastBandCopies) {
+        const StageMemory memory(image,
+                                 {Held(0, scratchAt), Scratch(scratchAt, copyRows * rowBytes)});
         ForEachBand<1>(image, width, height, 1, height - 1, image + scratchAt, width, copyRows,
                        [=](const uint8_t* above, int32_t top, int32_t rows) {
                            FilterBand(above, width, rows, 1, width - 1, image + top * width, width,
                                       PuttyFilter{});
                        });
     } else if (scratchAt + 2 * rowBytes <= kWorkBytes) {
+        const StageMemory memory(image, {Held(0, scratchAt), Scratch(scratchAt, 2 * rowBytes)});
         FilterByPixels(width, height, image, image + scratchAt);
     }
 }

@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "engine/StageMemory.h"
 #include "engine/Work.h"
 #include "extract/RowBands.h"
 #include "preprocess/BoxMean.h"
@@ -77,10 +78,14 @@ void SmoothImage(int32_t width, int32_t height, uint8_t* image, int32_t radius) 
     if (radius == 1 && width >= kMinWidthOfMean3x3) {
         // The rows by which the source is not moved, and what the sums would take, make room.
         static_assert(kLeastBandCopies <= 1 + 1 + 4, "bytes a column");
-        Mean3x3(width, height, image, image + imageBytes,
-                BandCopiesIn(kWorkBytes - imageBytes, width));
+        const int32_t copyRows = BandCopiesIn(kWorkBytes - imageBytes, width);
+        const StageMemory memory(
+            image, {Held(0, imageBytes), Scratch(imageBytes, copyRows * int64_t{width})});
+        Mean3x3(width, height, image, image + imageBytes, copyRows);
         return;
     }
+    const StageMemory memory(
+        image, {Held(0, imageBytes), Scratch(imageBytes, sumsAt + sumsBytes - imageBytes)});
     uint8_t* source = image + movedAt;
     memmove(source, image, static_cast<size_t>(imageBytes));
     int32_t* columnSums = WorkAt<int32_t>(image + sumsAt);

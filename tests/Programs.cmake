@@ -3,9 +3,9 @@
 # How test programs are built and run, on this machine and in an emulator of another one
 # (CMAKE_CROSSCOMPILING_EMULATOR, see cmake/toolchains).
 
-# GTest::gtest_main: the installed library or, for another machine, the sources that Debian's
-# package googletest brings.
-if(CMAKE_CROSSCOMPILING)
+# GTest::gtest_main: the installed library or, for another machine and for MemorySanitizer, which must
+# know what it writes, the sources that Debian's package googletest brings.
+if(CMAKE_CROSSCOMPILING OR QORFP_SANITIZE STREQUAL "memory")
   set(QORFP_GOOGLETEST /usr/src/googletest/googletest CACHE PATH "Sources of GoogleTest")
   add_library(qorfp_gtest STATIC
     ${QORFP_GOOGLETEST}/src/gtest-all.cc
@@ -20,11 +20,11 @@ else()
 endif()
 
 # qorfp_add_gtests(TARGET [PREFIX] [SHARDS]): the cases of a GoogleTest program, one ctest each. For
-# another machine one for all of them, or SHARDS with a share each: starting the program for every
-# case takes longer there than the cases.
+# another machine and for MemorySanitizer one for all of them, or SHARDS with a share each: starting
+# the program for every case takes longer there than the cases.
 function(qorfp_add_gtests TARGET)
   cmake_parse_arguments(ARG "" "PREFIX;SHARDS" "" ${ARGN})
-  if(NOT CMAKE_CROSSCOMPILING)
+  if(NOT CMAKE_CROSSCOMPILING AND NOT QORFP_SANITIZE STREQUAL "memory")
     gtest_discover_tests(${TARGET} TEST_PREFIX "${ARG_PREFIX}" DISCOVERY_TIMEOUT 60)
   elseif(NOT ARG_SHARDS)
     add_test(NAME ${ARG_PREFIX}${TARGET} COMMAND ${TARGET})
