@@ -167,6 +167,7 @@ struct EightCoherences {
             differences[half] = xx - yy;
             all |= energies[half] | mixed[half];
         }
+        MayBeUnwritten(&all);  // behind the last block; both ways give the same
         isSafe = !HasAny(all >> 15);
         // As 16-bit numbers, two squares to a product of pairs.
         const auto narrow = [](const I32x4(&lanes)[2]) {
@@ -216,10 +217,13 @@ I16x8 RateEight(const CalcDirAScratch& scratch, ptrdiff_t column, I16x8 isBlock,
     int16_t isReliable[kLanes];
     StoreVector(isBlock, isReliable);
     for (int32_t lane = 0; lane < kLanes; ++lane) {
+        if (isReliable[lane] == 0) {
+            continue;  // behind the last block, with sums of anything
+        }
         const ptrdiff_t at = column + lane;
         const Coherence coherence =
             CoherenceOf(scratch.xxSums[at], scratch.yySums[at], scratch.xySums[at]);
-        if (isReliable[lane] != 0 && coherence.divisor != 0) {
+        if (coherence.divisor != 0) {
             const int32_t blockQuality = QualityOf(coherence);
             quality->total += blockQuality;
             quality->blocks += blockQuality > 0 ? 1 : 0;

@@ -81,8 +81,9 @@ struct Bounds {
     }
 };
 
-// Orientations of eight windows.
-I16x8 OrientationsOf(const int32_t* differences, const int32_t* mixed) {
+// Orientations of eight windows, of which there are the first `count`. The others hold anything, which
+// must not be looked up.
+I16x8 OrientationsOf(const int32_t* differences, const int32_t* mixed, int32_t count) {
     const Halves d = Load(differences);
     const Halves half = Load(mixed);
     const Halves e = {half.low + half.low, half.high + half.high};
@@ -99,7 +100,8 @@ I16x8 OrientationsOf(const int32_t* differences, const int32_t* mixed) {
 
     // Vectors no longer than the table's are not scaled.
     const I16x8 isLong = IsAbove({low.longer, high.longer}, kLongestTableSide);
-    uint32_t isShort = SetLanes(NarrowMask(~isLong, I16x8{}));
+    const uint32_t isWindow = (1u << Clamp(count, 0, kVectorBytes / 2)) - 1;
+    uint32_t isShort = SetLanes(NarrowMask(~isLong, I16x8{})) & isWindow;
     if (isShort != 0) {
         int16_t angles[kVectorBytes / 2];
         StoreVector(angle, angles);
@@ -116,9 +118,10 @@ I16x8 OrientationsOf(const int32_t* differences, const int32_t* mixed) {
 
 void qorfp::FindOrientations(const WindowRow& differences, const WindowRow& mixed,
                              int32_t blockColumns, OrientationRow* orientations) {
-    for (ptrdiff_t column = 0; column < blockColumns; column += kVectorBytes) {
-        const I16x8 low = OrientationsOf(differences + column, mixed + column);
-        const I16x8 high = OrientationsOf(differences + column + 8, mixed + column + 8);
+    for (int32_t column = 0; column < blockColumns; column += kVectorBytes) {
+        const int32_t left = blockColumns - column;
+        const I16x8 low = OrientationsOf(differences + column, mixed + column, left);
+        const I16x8 high = OrientationsOf(differences + column + 8, mixed + column + 8, left - 8);
         StoreVector(Narrow(AsLanes<U16x8>(low), AsLanes<U16x8>(high)), *orientations + column);
     }
 }

@@ -140,12 +140,11 @@ uint32_t FindRises(const uint8_t* middle, const int32_t* offsets) {
 
 // Mean distance between the rises of a profile, in pixels less kPeriodBase, 1..9.
 uint8_t PeriodOf(uint32_t rises, int32_t stepLength) {
-    const uint32_t others = WithoutLowestBit(rises);
-    if (others == 0) {
+    if (WithoutLowestBit(rises) == 0) {
         return kUnknownPeriod;  // one or none
     }
     int32_t gaps = 0;
-    for (uint32_t rest = others; rest != 0; rest = WithoutLowestBit(rest)) {
+    for (uint32_t rest = rises & (rises - 1); rest != 0; rest &= rest - 1) {
         ++gaps;
     }
     const int32_t distance = 31 - __builtin_clz(rises) - __builtin_ctz(rises);  // first to last

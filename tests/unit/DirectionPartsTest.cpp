@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 #include <string>
 #include <vector>
@@ -224,6 +225,29 @@ TEST(FindOrientations, EqualsTheRuleForAnySums) {
     for (int32_t round = 0; round < 300000; ++round) {
         const int32_t limit = 1 << random.Between(0, 19);
         sums.Add(random.Between(-limit, limit), random.Between(-limit / 2, limit / 2));
+    }
+}
+
+// Behind the last block lies whatever was in the buffer. The magnitude of the lowest number wraps: it
+// looks shorter than every other, and must not be looked up in the table.
+TEST(FindOrientations, LooksUpNothingBehindTheLastBlock) {
+    constexpr int32_t kLowest = INT32_MIN;
+    for (int32_t blocks = 1; blocks <= 40; ++blocks) {
+        for (const int32_t leftMixed : {0, kLowest, INT32_MAX}) {
+            qorfp::WindowRow differences;
+            qorfp::WindowRow mixed;
+            std::fill(std::begin(differences), std::end(differences), kLowest);
+            std::fill(std::begin(mixed), std::end(mixed), leftMixed);
+            for (int32_t block = 0; block < blocks; ++block) {
+                differences[block] = block;
+                mixed[block] = -block;
+            }
+            qorfp::OrientationRow found;
+            qorfp::FindOrientations(differences, mixed, blocks, &found);
+            for (int32_t block = 0; block < blocks; ++block) {
+                ASSERT_EQ(found[block], ExpectedOrientation(block, -block)) << blocks << " blocks";
+            }
+        }
     }
 }
 
