@@ -4,6 +4,9 @@
 #
 #   scripts/accuracy.sh [FINGERS [IMPRESSIONS [SEED]]]   default 100 10 1
 #   scripts/accuracy.sh FOLDER                           images named <finger>_<impression>.pgm
+#
+# Prints what `qorfp eval` and `qorfp eval-search` find, whose reports go to build/accuracy, and what
+# fusion and improvement of templates are worth.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -20,4 +23,11 @@ else
         touch "$folder/complete"
     fi
 fi
-exec build/release/bench/accuracy/measure_accuracy "$folder"
+report=build/accuracy
+qorfp=build/release/tools/qorfp/qorfp
+"$qorfp" eval "$folder" --protocol all -j "$(nproc)" -o "$report"
+echo
+"$qorfp" eval-search "$folder" -j "$(nproc)" -o "$report"
+echo
+build/release/bench/enrolment/measure_enrolment "$folder"
+echo "reports: $report/report.html and $report/search.html"

@@ -8,6 +8,7 @@
 
 #include "tools/qorfp/PngWriter.h"
 #include "tools/qorfp/ToolError.h"
+#include "tools/qorfp/Utf8Text.h"
 
 namespace qorfp::cli {
 namespace {
@@ -15,34 +16,6 @@ namespace {
 constexpr const char* kFontFamily = "DejaVu Sans";
 
 using Surface = std::unique_ptr<cairo_surface_t, decltype(&cairo_surface_destroy)>;
-
-/// The length of the UTF-8 sequence at the start of `text`, 0 when it is none.
-size_t SequenceLength(const std::string& text, size_t at) {
-    const auto lead = static_cast<unsigned char>(text[at]);
-    const size_t length = lead < 0x80 ? 1 : lead < 0xC2 ? 0 : lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 0;
-    if (length == 0 || at + length > text.size()) {
-        return 0;
-    }
-    for (size_t i = 1; i < length; ++i) {
-        if ((static_cast<unsigned char>(text[at + i]) & 0xC0) != 0x80) {
-            return 0;
-        }
-    }
-    return length;
-}
-
-// Cairo stops drawing altogether at a byte sequence that is not UTF-8. Sequences of four bytes and
-// control bytes are replaced too: no font here has anything for them.
-std::string Drawable(const std::string& text) {
-    std::string result;
-    for (size_t at = 0; at < text.size();) {
-        const size_t length = SequenceLength(text, at);
-        const bool isControl = length == 1 && static_cast<unsigned char>(text[at]) < 0x20;
-        result += length == 0 || isControl ? std::string("?") : text.substr(at, length);
-        at += length == 0 ? 1 : length;
-    }
-    return result;
-}
 
 void CheckStatus(cairo_status_t status) {
     if (status != CAIRO_STATUS_SUCCESS) {
@@ -126,27 +99,24 @@ void Canvas::SelectFont(double size, bool isBold) {
 double Canvas::DrawText(const std::string& text, double x, double y, double size, bool isBold) {
     SelectFont(size, isBold);
     cairo_move_to(Context(), x, y);
-    cairo_show_text(Context(), Drawable(text).c_str());
+    cairo_show_text(Context(), PrintableUtf8(text).c_str());
     return TextWidth(text, size, isBold);
 }
 
 double Canvas::TextWidth(const std::string& text, double size, bool isBold) {
     SelectFont(size, isBold);
     cairo_text_extents_t extents;
-    cairo_text_extents(Context(), Drawable(text).c_str(), &extents);
+    cairo_text_extents(Context(), PrintableUtf8(text).c_str(), &extents);
     return extents.x_advance;
 }
 
 std::string Canvas::Shorten(const std::string& text, double room, double size, bool isBold) {
-    std::string shown = Drawable(text);
+    std::string shown = PrintableUtf8(text);
     if (TextWidth(shown, size, isBold) <= room) {
         return shown;
     }
     while (!shown.empty() && TextWidth(shown + "\u2026", size, isBold) > room) {
-        while (shown.size() > 1 && (static_cast<unsigned char>(shown.back()) & 0xC0) == 0x80) {
-            shown.pop_back();
-        }
-        shown.pop_back();
+        DropLastCharacter(shown);
     }
     return shown + "\u2026";
 }

@@ -21,5 +21,7 @@ void AddImport(CLI::App& program, int& exitStatus);
 void AddDraw(CLI::App& program, int& exitStatus);
 void AddMatch(CLI::App& program, int& exitStatus);
 void AddStages(CLI::App& program, int& exitStatus);
+void AddEval(CLI::App& program, int& exitStatus);
+void AddEvalSearch(CLI::App& program, int& exitStatus);
 
 }  // namespace qorfp::cli

@@ -55,6 +55,8 @@ void AddCommands(CLI::App& program, int& exitStatus) {
     AddDraw(program, exitStatus);
     AddMatch(program, exitStatus);
     AddStages(program, exitStatus);
+    AddEval(program, exitStatus);
+    AddEvalSearch(program, exitStatus);
 }
 
 /// A better sentence than the parser's for a mistyped command.

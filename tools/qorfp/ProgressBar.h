@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // A progress bar on the standard error stream, only on a terminal and only for work that takes long
-// enough to wonder. One line, rewritten in place and wiped at the end.
+// enough to wonder. One line, rewritten in place and wiped at the end; with the time that remains, at
+// the speed so far, once that has settled.
 #pragma once
 
 #include <chrono>
@@ -9,6 +10,10 @@
 #include <string>
 
 namespace qorfp::cli {
+
+/// "45 s left", "12 min left", "3 h 20 min left": when `done` of `total` steps, at least one, have
+/// taken `seconds`.
+std::string RemainingText(double seconds, size_t done, size_t total);
 
 class ProgressBar {
   public:
@@ -18,8 +23,8 @@ class ProgressBar {
     ProgressBar(const ProgressBar&) = delete;
     ProgressBar& operator=(const ProgressBar&) = delete;
 
-    /// One step is done.
-    void Advance();
+    /// `steps` more are done.
+    void Advance(size_t steps = 1);
 
   private:
     using Clock = std::chrono::steady_clock;
@@ -31,6 +36,7 @@ class ProgressBar {
     size_t done_ = 0;
     bool isTerminal_;
     bool isDrawn_ = false;
+    Clock::time_point start_;
     Clock::time_point nextDraw_;
 };
 

@@ -27,7 +27,7 @@ _qorfp() {
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
         _qorfp_words extract verify enroll improve identify check check-finger info export \
-            import draw match stages --help --version
+            import draw match stages eval eval-search --help --version
         return
     fi
     case $command in
@@ -44,20 +44,26 @@ _qorfp() {
         draw) options="-o --output --scale $image_options" files=("${images[@]}") ;;
         match) options="-o --output --level --scale $image_options" files=("${images[@]}" bin) ;;
         stages) options="-o --output $image_options" files=("${images[@]}") ;;
+        eval) options="-o --output --pattern --protocol -j --threads $image_options" files=() ;;
+        eval-search)
+            options="-o --output --pattern --captures --level -j --threads $image_options" files=()
+            ;;
         *) return ;;
     esac
     case $previous in
         --level) _qorfp_words 1 2 3 4 5 ;;
         --scale) _qorfp_words 1 2 3 4 5 6 7 8 ;;
+        --protocol) _qorfp_words fvc all ;;
+        --captures) _qorfp_words 1 2 3 ;;
         --dpi) _qorfp_words 363 500 508 1000 ;;
         --format) _qorfp_words iso19794-2 ansi378 json ;;
         --finger) _qorfp_words 0 1 2 3 4 5 6 7 8 9 10 ;;
-        --top | --view) ;;
+        --top | --view | --pattern | -j | --threads) ;;
         -o | --output)
             case $command in
                 draw | match) _qorfp_files png ;;
                 export) _qorfp_files fmr json ;;
-                stages) _qorfp_files ;;
+                stages | eval | eval-search) _qorfp_files ;;
                 *) _qorfp_files bin ;;
             esac
             ;;

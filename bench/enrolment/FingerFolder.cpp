@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "bench/accuracy/FingerFolder.h"
+#include "bench/enrolment/FingerFolder.h"
 
 #include <cstdio>
 #include <filesystem>
@@ -9,7 +9,7 @@
 #include "include/QORFPApi.h"
 #include "tests/support/Pgm.h"
 
-namespace accuracy {
+namespace enrolment {
 
 Fingers ReadFingers(const std::string& folder) {
     Fingers all;
@@ -50,4 +50,4 @@ std::string Share(int count, int all) {
     return text;
 }
 
-}  // namespace accuracy
+}  // namespace enrolment

@@ -8,7 +8,7 @@
 #include <map>
 #include <string>
 
-namespace accuracy {
+namespace enrolment {
 
 using Template = std::array<uint8_t, 512>;
 
@@ -30,14 +30,8 @@ int32_t ScoreOf(const Template& enrolled, const Template& probe);
 /// `count` of `all`, also as a percentage.
 std::string Share(int count, int all);
 
-/// All ordered pairs at each level.
-void MeasureVerification(const Fingers& fingers);
-
 /// Impressions 1 to 3 enrolled, impressions 4 and 5 as probes, the others as later samples: single
 /// template, fused template, and fused template after up to five improvements.
 void MeasureEnrolment(const Fingers& fingers);
 
-/// Impression 1 (or the fusion of 1 to 3) of every finger enrolled, the last one as probe.
-void MeasureSearch(const Fingers& fingers);
-
-}  // namespace accuracy
+}  // namespace enrolment

@@ -5,11 +5,11 @@
 #include <cstdio>
 #include <vector>
 
-#include "bench/accuracy/FingerFolder.h"
+#include "bench/enrolment/FingerFolder.h"
 #include "include/QORFPApi.h"
 #include "match/Thresholds.h"
 
-namespace accuracy {
+namespace enrolment {
 
 namespace {
 
@@ -91,4 +91,4 @@ void MeasureEnrolment(const Fingers& all) {
     afterImprovement.Print("improved template");
 }
 
-}  // namespace accuracy
+}  // namespace enrolment
