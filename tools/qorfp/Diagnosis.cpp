@@ -111,7 +111,7 @@ Estimate EstimatePeriod(const GreyImage& finger, double factor) {
             return {};
         }
         const double better = *period / factor;
-        const bool isSettled = std::fabs(better / estimate.period - 1) < kSettled;
+        const bool isSettled = std::fabs(better - estimate.period) < kSettled * better;
         estimate = {better, Foreground(maps.directions)};
         if (isSettled) {
             break;
