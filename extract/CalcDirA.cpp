@@ -294,7 +294,6 @@ void CalcDirA(uint8_t* buffer, int32_t width, int32_t height, int32_t* quality) 
     scratch->xyWindow.Clear(kReach);
     scratch->strongWindow.Clear(kReach);
     scratch->reliableWindow.Clear(kReach);
-    memset(scratch->reliable, 0, sizeof(scratch->reliable));
 
     // Row `entering` completes the windows of the first pass around the row kReach above it; this
     // one completes those of the second pass, kReach further up.
