@@ -4,7 +4,6 @@
 
 #include "extract/BitRows.h"
 
-#include <stddef.h>
 #include <string.h>
 
 using namespace qorfp;

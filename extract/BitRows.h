@@ -14,6 +14,7 @@
 // goes on by a byte at either end.
 #pragma once
 
+#include <stddef.h>
 #include <stdint.h>
 
 #include "extract/ExtractLayout.h"
@@ -31,7 +32,10 @@ struct BitRows {
     int32_t segment;  ///< bytes of a row, a multiple of 16
 
     /// Byte 0 of a row; bytes -1 and `segment` may be read too.
-    uint8_t* Row(int32_t y) const { return bytes + (segment + 2) * y + 1; }
+    uint8_t* Row(int32_t y) const { return bytes + Stride() * y + 1; }
+
+    /// Distance of a row to the next one.
+    ptrdiff_t Stride() const { return segment + 2; }
 };
 
 /// Bytes of `height` rows of the widest image.

@@ -63,12 +63,11 @@ using Rule = U8x16(const Neighbours&);
 
 // Finds the pixels of a row that its sub-iteration deletes. False when there is none.
 template <Rule IsDeleted>
-bool FindDeletions(const BitRows& bits, int32_t y, const uint8_t* inner, uint8_t* found) {
-    const uint8_t* above = bits.Row(y - 1);
-    const uint8_t* row = bits.Row(y);
-    const uint8_t* below = bits.Row(y + 1);
+bool FindDeletions(const BitRows& bits, const uint8_t* row, const uint8_t* inner, uint8_t* found) {
+    const uint8_t* above = row - bits.Stride();
+    const uint8_t* below = row + bits.Stride();
     U8x16 any = {};
-    for (int32_t j = 0; j < bits.segment; j += kVectorBytes) {
+    for (ptrdiff_t j = 0; j < bits.segment; j += kVectorBytes) {
         const Neighbours neighbours = {
             LoadVector<U8x16>(above + j - 1), LoadVector<U8x16>(above + j),
             LoadVector<U8x16>(above + j + 1), LoadVector<U8x16>(row + j - 1),
@@ -82,9 +81,8 @@ bool FindDeletions(const BitRows& bits, int32_t y, const uint8_t* inner, uint8_t
     return !IsZero(any);
 }
 
-void Delete(const BitRows& bits, int32_t y, const uint8_t* found) {
-    uint8_t* row = bits.Row(y);
-    for (int32_t j = 0; j < bits.segment; j += kVectorBytes) {
+void Delete(const BitRows& bits, uint8_t* row, const uint8_t* found) {
+    for (ptrdiff_t j = 0; j < bits.segment; j += kVectorBytes) {
         StoreVector(LoadVector<U8x16>(row + j) | LoadVector<U8x16>(found + j), row + j);
     }
     CloseBitRow(row, bits.segment);
@@ -95,21 +93,32 @@ void Delete(const BitRows& bits, int32_t y, const uint8_t* found) {
 template <Rule IsDeleted>
 bool ThinBitRows(const BitRows& bits, int32_t height, uint8_t* isQuiet, BitScratch* scratch) {
     bool hasDeleted = false;
-    bool hasFoundAbove = false;
+    uint8_t* found = scratch->found[0];
+    uint8_t* foundAbove = scratch->found[1];
+    uint8_t* rowToDelete = nullptr;  // the row above, where something has been found
+    uint8_t* row = bits.Row(1);
     for (int32_t y = 1; y < height - 1; ++y) {
         bool hasFound = false;
         if (isQuiet[y] == 0) {
-            hasFound = FindDeletions<IsDeleted>(bits, y, scratch->inner, scratch->found[y % 2]);
+            hasFound = FindDeletions<IsDeleted>(bits, row, scratch->inner, found);
             isQuiet[y] = hasFound ? 0 : 1;
-            hasDeleted = hasDeleted || hasFound;
         }
-        if (hasFoundAbove) {
-            Delete(bits, y - 1, scratch->found[(y - 1) % 2]);  // no row needs its old state now
+        if (rowToDelete != nullptr) {
+            Delete(bits, rowToDelete, foundAbove);  // no row needs its old state now
+            hasDeleted = true;
+            rowToDelete = nullptr;
         }
-        hasFoundAbove = hasFound;
+        if (hasFound) {
+            rowToDelete = row;
+            uint8_t* const other = foundAbove;
+            foundAbove = found;
+            found = other;
+        }
+        row += bits.Stride();
     }
-    if (hasFoundAbove) {
-        Delete(bits, height - 2, scratch->found[(height - 2) % 2]);
+    if (rowToDelete != nullptr) {
+        Delete(bits, rowToDelete, foundAbove);
+        hasDeleted = true;
     }
     return hasDeleted;
 }
