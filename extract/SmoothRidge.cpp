@@ -176,17 +176,21 @@ void WriteBack(const Image& image, int32_t by, int32_t blockColumns,
                const SmoothRidgeScratch& scratch) {
     constexpr int32_t kTiles = kVectorBytes / kBlockSide;
     uint8_t* pixels = image.Row(kBlockSide * by + 1) + 1;
-    for (int32_t next = 0; blockColumns >= kTiles && next < blockColumns; next += kTiles) {
-        const int32_t bx = Min(next, blockColumns - kTiles);  // the last two may overlap
+    const ptrdiff_t width = image.width;
+    const int32_t last = blockColumns - kTiles;
+    for (int32_t next = 0; next < last + kTiles && last >= 0; next += kTiles) {
+        const int32_t bx = Min(next, last);  // the last two may overlap
         FourVectors four;
         for (int32_t tile = 0; tile < kTiles; ++tile) {
             four.v[tile] = LoadVector<U8x16>(scratch.tiles[bx + tile]);
         }
         // Twice, this makes tiles of rows; six times, it changes nothing: here, rows of tiles.
         four = Interleave(Interleave(Interleave(Interleave(four))));
-        for (int32_t row = 0; row < kBlockSide; ++row) {
-            StoreVector(four.v[row], pixels + row * image.width + kBlockSide * bx);
-        }
+        uint8_t* out = pixels + kBlockSide * bx;
+        StoreVector(four.v[0], out);
+        StoreVector(four.v[1], out + width);
+        StoreVector(four.v[2], out + 2 * width);
+        StoreVector(four.v[3], out + 3 * width);
     }
     for (int32_t bx = 0; blockColumns < kTiles && bx < blockColumns; ++bx) {
         for (int32_t i = 0; i < kTileBytes; ++i) {
