@@ -4,8 +4,10 @@
 // are passed over 16 at a time, by the parity of their branches.
 
 #include <stddef.h>
+#include <string.h>
 
 #include "extract/FPTable.h"
+#include "extract/FixedMath.h"
 #include "extract/Minutiae.h"
 #include "extract/PixelNeighbours.h"
 #include "extract/RidgeTrace.h"
@@ -139,6 +141,22 @@ bool FindSeeds(const Skeleton& skeleton, int32_t bx, int32_t by, Seeds* seeds) {
     return !IsZero(any);
 }
 
+// False when none of the four blocks from (bx, by) on is reliable.
+bool MayBeReliable(const Skeleton& skeleton, int32_t bx, int32_t by) {
+    constexpr uint32_t kFlags = kBackgroundFlag * 0x01010101u;
+    const int32_t left = Min(bx, skeleton.blockColumns - kGroupBlocks);  // inside the map
+    if (left < 0) {
+        return true;
+    }
+    const uint8_t* directions = skeleton.directionMap + by * skeleton.blockColumns + left;
+    uint32_t here, above, below;
+    static_assert(sizeof(here) == kGroupBlocks, "a byte a block");
+    memcpy(&here, directions, sizeof(here));
+    memcpy(&above, directions - skeleton.blockColumns, sizeof(above));
+    memcpy(&below, directions + skeleton.blockColumns, sizeof(below));
+    return ((here | above | below) & kFlags) != kFlags;
+}
+
 bool HasSeed(const Seeds& seeds, int32_t block) {
     uint8_t any = 0;
     for (int32_t row = 0; row < kBlockSide; ++row) {
@@ -187,7 +205,7 @@ void qorfp::ScanCandidates(const Skeleton& skeleton, CandidateList* list) {
     for (int32_t by = 1; by < skeleton.blockRows - 1; ++by) {
         for (int32_t first = 1; first < end; first += kGroupBlocks) {
             Seeds seeds;
-            if (!FindSeeds(skeleton, first, by, &seeds)) {
+            if (!MayBeReliable(skeleton, first, by) || !FindSeeds(skeleton, first, by, &seeds)) {
                 continue;
             }
             for (int32_t block = 0; block < kGroupBlocks && first + block < end; ++block) {

@@ -4,6 +4,8 @@
 
 #include "extract/RidgeTrace.h"
 
+#include <stddef.h>
+
 #include "extract/FPTable.h"
 
 namespace {
@@ -20,16 +22,20 @@ bool IsInside(const Skeleton& skeleton, Position at) {
     return at.x > 0 && at.x < skeleton.width - 1 && at.y > 0 && at.y < skeleton.height - 1;
 }
 
-}  // namespace
-
-int32_t qorfp::NeighbourCode(const Skeleton& skeleton, Position at) {
-    const uint8_t* row = &PixelAt(skeleton, at);
-    const uint8_t* above = row - skeleton.width;
-    const uint8_t* below = row + skeleton.width;
+// The neighbour code of the pixel at `row`.
+inline int32_t CodeAt(const uint8_t* row, ptrdiff_t width) {
+    const uint8_t* above = row - width;
+    const uint8_t* below = row + width;
     // Each neighbour gives one bit of its own value: 254 and 255 read as background, 0 and 1 as
     // ridge.
     return (above[-1] & 128) | (row[-1] & 64) | (below[-1] & 32) | (below[0] & 16) |
            (below[1] & 8) | (row[1] & 4) | (above[1] & 2) | (above[0] >> 1 & 1);
+}
+
+}  // namespace
+
+int32_t qorfp::NeighbourCode(const Skeleton& skeleton, Position at) {
+    return CodeAt(&PixelAt(skeleton, at), skeleton.width);
 }
 
 void qorfp::MarkVisited(const Skeleton& skeleton, Position at) {
@@ -48,21 +54,25 @@ void qorfp::Unmark(const Skeleton& skeleton, const RidgeTrace& trace) {
 
 void qorfp::TraceRidge(const Skeleton& skeleton, Position start, int32_t maxSteps,
                        RidgeTrace* trace) {
-    trace->steps = 0;
-    trace->end = start;
+    const ptrdiff_t width = skeleton.width;
+    uint8_t* pixel = &PixelAt(skeleton, start);
+    Position at = start;
+    int32_t steps = 0;
     trace->hitRidge = false;
-    while (trace->steps < maxSteps && IsInside(skeleton, trace->end)) {
-        const int32_t code = NeighbourCode(skeleton, trace->end);
+    for (; steps < maxSteps && IsInside(skeleton, at); ++steps) {
+        const int32_t code = CodeAt(pixel, width);
         if (gnBC[code] != 1) {
             trace->hitRidge = gnBC[code] >= 2;
-            return;
+            break;
         }
-        MarkVisited(skeleton, trace->end);
-        trace->passed[trace->steps] = trace->end;
-        ++trace->steps;
-        trace->end.x += gnTX[code];
-        trace->end.y += gnTY[code];
+        *pixel = kVisited;
+        trace->passed[steps] = at;
+        at.x += gnTX[code];
+        at.y += gnTY[code];
+        pixel += gnTX[code] + gnTY[code] * width;
     }
+    trace->steps = steps;
+    trace->end = at;
 }
 
 int32_t qorfp::FindBranches(const Skeleton& skeleton, Position seed,
