@@ -54,7 +54,7 @@ class GreyStretcher {
 
     U8x16 Of(U8x16 levels) const {
         const U8x16 d = Least(Greatest(levels, low_ + U8x16{}) - low_, range_ + U8x16{});
-        return Narrow(MultiplyHigh(Widen(d) * 255 + offset_, reciprocal_) >> shift_);
+        return Narrow(MultiplyHigh(Widen(d) * Factor(255) + offset_, reciprocal_) >> shift_);
     }
 
   private:

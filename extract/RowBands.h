@@ -23,8 +23,11 @@ constexpr int32_t kMostBandCopies = 34;
 
 /// Rows of `width` pixels that fit in `bytes` bytes, as far as bands make use of them.
 constexpr int32_t BandCopiesIn(int64_t bytes, int32_t width) {
-    const int64_t rows = bytes / width;
-    return rows < kMostBandCopies ? static_cast<int32_t>(rows) : kMostBandCopies;
+    int32_t rows = kMostBandCopies;
+    while (rows > 0 && static_cast<int64_t>(rows) * width > bytes) {
+        --rows;
+    }
+    return rows;
 }
 
 /// Calls filter(above, top, rows) for bands that cover the rows first .. end - 1, from the top down:

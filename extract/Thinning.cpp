@@ -133,8 +133,13 @@ bool ThinBinary(uint8_t* image, int32_t width, int32_t height, BitScratch* scrat
     }
     memset(scratch->quiet.isQuiet, 0, sizeof(scratch->quiet.isQuiet));
     memset(scratch->inner, 0, sizeof(scratch->inner));
-    for (int32_t x = 1; x < width - 1; ++x) {
-        scratch->inner[x % bits.segment] |= static_cast<uint8_t>(1 << x / bits.segment);
+    int32_t x = 0;
+    for (int32_t k = 0; k < kSegments; ++k) {
+        for (int32_t j = 0; j < bits.segment; ++j) {
+            const bool isInner = x > 0 && x < width - 1;
+            scratch->inner[j] |= static_cast<uint8_t>(isInner ? 1 << k : 0);
+            ++x;
+        }
     }
     RunPasses([&](int32_t sub) {
         uint8_t* isQuiet = scratch->quiet.isQuiet[sub];
