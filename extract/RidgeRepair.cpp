@@ -3,6 +3,8 @@
 // Broken-ridge repair: two endings that face each other across a short gap are no minutiae. The gap
 // is painted into the skeleton, so that later traces run across it.
 
+#include <assert.h>
+
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
 #include "extract/Minutiae.h"
@@ -27,6 +29,7 @@ class Segment {
         const int32_t major = isWide_ ? dx : dy;
         const int32_t minor = isWide_ ? dy : dx;
         length_ = Absolute(major);
+        assert(length_ > 0);  // two different pixels
         majorStep_ = major < 0 ? -1 : 1;
         ratio_ = minor * 100 / length_;
     }

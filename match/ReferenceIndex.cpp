@@ -129,6 +129,7 @@ void BuildSectorIndex(MatchContext* context) {
             filler.Mark(pair / kMarkedPairs);
         }
         const Bar* const bar = &context->referenceBars[2 * pair];
+        // NOLINTNEXTLINE(clang-analyzer-core.uninitialized.Assign): CountBars writes every pair's
         const int32_t first = sectors.first[pair];
         const int32_t second = sectors.second[pair];
         filler.Enter(2 * pair, PackBar(bar[0], features), first, second);

@@ -1,0 +1,65 @@
+#!/usr/bin/env bash
+# SPDX-License-Identifier: Apache-2.0
+# Static analysis: the layout of the sources, shellcheck on the scripts, cppcheck and clang-tidy on the
+# library. Prints the findings; exit status 1 when there is one. Settings: .clang-format, .clang-tidy,
+# tests/sanitizers/cppcheck.txt.
+#
+#   scripts/lint.sh [FILE...]      clang-tidy on the given files of the library only
+set -euo pipefail
+cd "$(dirname "$0")/.."
+# shellcheck disable=SC2317  # the steps are called by step
+# shellcheck source=scripts/debian-packages.sh
+. scripts/debian-packages.sh
+
+jobs=${JOBS:-$(nproc)}
+folder=build/lint
+mkdir -p "$folder"
+install_packages "$folder/setup.log" "${lint_packages[@]}" >"$folder/packages.log" || {
+    cat "$folder/packages.log" >&2
+    exit 2
+}
+cmake --preset lint >"$folder/cmake.log" 2>&1 || {
+    tail -n 25 "$folder/cmake.log" >&2
+    exit 2
+}
+failed=0
+
+# step NAME COMMAND...: a check, and how long it takes
+step() {
+    local name=$1 started=$SECONDS result='no findings'
+    shift
+    "$@" || {
+        failed=1
+        result=FINDINGS
+    }
+    echo "$name: $result, $((SECONDS - started)) s"
+}
+
+run_shellcheck() {
+    find .ci scripts tests cmake -type f \( -name '*.sh' -o -path '.ci/run' \) -print0 |
+        xargs -0 shellcheck --external-sources --source-path=. --severity=warning \
+            --exclude=SC1007,SC2155
+}
+
+run_cppcheck() {
+    mkdir -p "$folder/cppcheck"
+    cppcheck --project="$folder/compile_commands.json" --cppcheck-build-dir="$folder/cppcheck" \
+        --enable=warning,performance,portability --inline-suppr --quiet -j"$jobs" \
+        --suppressions-list=tests/sanitizers/cppcheck.txt --error-exitcode=1
+}
+
+run_clang_tidy() {
+    printf '%s\0' "$@" |
+        xargs -0 -P"$jobs" -n1 clang-tidy -p "$folder" --quiet 2>"$folder/clang-tidy.log"
+}
+
+if [ $# -gt 0 ]; then
+    files=("$@")
+else
+    files=({api,engine,extract,match,preprocess}/*.cpp)
+    step format scripts/check-format.sh
+    step shellcheck run_shellcheck
+    step cppcheck run_cppcheck
+fi
+step clang-tidy run_clang_tidy "${files[@]}"
+exit "$failed"
