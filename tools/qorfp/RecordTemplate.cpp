@@ -183,16 +183,48 @@ void MoveIntoFrame(const std::string& path, std::vector<MinutiaView>& minutiae, 
                      std::to_string(moveX) + ", " + std::to_string(moveY));
 }
 
+bool IsBetweenDirections(int angle, RecordFormat format) {
+    return angle * kDirections % AngleSteps(format) != 0;
+}
+
+// 0 is not told, so that there is nothing to lose.
+bool IsBetweenConfidences(int quality) {
+    return quality > 0 && QualityOfConfidence(ConfidenceOfQuality(quality)) != quality;
+}
+
+// What the header and the head of the view tell beyond the finger position.
+void TellOfHeads(const MinutiaeRecord& record, const RecordView& view, Losses& losses) {
+    std::string told;
+    const auto tell = [&told](const char* what, uint32_t number) {
+        if (number != 0) {
+            told += (told.empty() ? "" : ", ") + std::string(what) + " " + std::to_string(number);
+        }
+    };
+    constexpr unsigned kTypeBits = 16;
+    tell("product owner", record.product >> kTypeBits);
+    tell("product type", record.product & 0xFFFFU);
+    tell("capture equipment", static_cast<uint32_t>(record.equipment));
+    tell("view number", static_cast<uint32_t>(view.number));
+    tell("impression type", static_cast<uint32_t>(view.impression));
+    if (!told.empty()) {
+        losses.push_back("left out: " + told);
+    }
+}
+
 std::vector<MinutiaView> ConvertMinutiae(const std::string& path, const MinutiaeRecord& record,
                                          const RecordView& view, Losses& losses) {
     std::vector<MinutiaView> minutiae;
     size_t others = 0;
+    size_t roundedAngles = 0;
+    size_t roundedQualities = 0;
     for (const RecordMinutia& from : ChooseMinutiae(view, losses)) {
         MinutiaView minutia;
         minutia.x = DivideRounded(from.x * kPerCentimetre, record.xPerCentimetre);
         minutia.y = DivideRounded(from.y * kPerCentimetre, record.yPerCentimetre);
         minutia.type = from.type == kRecordBifurcation ? kBifurcation : kEnding;
         others += from.type == kRecordOther ? 1U : 0U;
+        roundedAngles += IsBetweenDirections(from.angle, record.format) ? 1U : 0U;
+        roundedQualities += IsBetweenConfidences(from.quality) ? 1U : 0U;
         minutia.direction = DirectionOfAngle(from.angle, record.format);
         minutia.confidence = ConfidenceOfQuality(from.quality);
         minutia.ridgePeriod = kUsualPeriod;
@@ -206,6 +238,13 @@ std::vector<MinutiaView> ConvertMinutiae(const std::string& path, const Minutiae
         losses.push_back("coordinates scaled from " + std::to_string(record.xPerCentimetre) +
                          " x " + std::to_string(record.yPerCentimetre) +
                          " pixels a centimetre to 200");
+    }
+    if (roundedAngles > 0) {
+        losses.push_back(CountText(roundedAngles, "angle") + " rounded to steps of 1.5 degrees");
+    }
+    if (roundedQualities > 0) {
+        losses.push_back("the quality of " + MinutiaeText(roundedQualities) +
+                         " rounded to one of 16 confidences");
     }
     MoveIntoFrame(path, minutiae, losses);
     losses.push_back(
@@ -292,6 +331,7 @@ TemplateView TemplateOfRecord(const std::string& path, const MinutiaeRecord& rec
         losses.push_back("the finger position " + std::to_string(view.finger) +
                          " has no place in a template");
     }
+    TellOfHeads(record, view, losses);
     if (strangeBytes > 0) {
         losses.push_back(CountText(strangeBytes, "byte") + " of extended data left out");
     }
