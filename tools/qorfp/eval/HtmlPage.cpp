@@ -34,6 +34,10 @@ svg .mark { font-weight: 600; }
 svg .grid { stroke: #e9ecef; }
 svg .level { stroke: #495057; stroke-dasharray: 2 3; }
 svg .frame { fill: none; stroke: #868e96; }
+@media (max-width: 600px) {
+  th, td { padding: .28rem .4rem; font-size: .85rem; }
+  td:first-child { white-space: normal; }
+}
 img { max-width: 100%; height: auto; display: block; border: 1px solid #dee2e6; }
 )";
 

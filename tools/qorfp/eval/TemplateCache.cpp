@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "tools/qorfp/Stored.h"
 #include "tools/qorfp/ToolError.h"
 
 namespace qorfp::cli {
@@ -22,6 +23,7 @@ constexpr size_t kStateAt = 8;
 constexpr size_t kTemplateAt = 9;
 constexpr size_t kHashAt = kTemplateAt + kTemplateBytes;
 constexpr size_t kRecordBytes = kHashAt + 8;
+constexpr size_t kCountAt = 3;  // in the template, as the next
 constexpr size_t kQualityAt = 369;
 using Record = std::array<uint8_t, kRecordBytes>;
 
@@ -54,6 +56,12 @@ void WriteWord(uint8_t* bytes, uint64_t word) {
     }
 }
 
+// Whoever can write the file can make any record with a correct hash.
+bool IsUsable(const Extraction& extraction) {
+    return !extraction.isDone ||
+           (HasTemplateVersion(extraction.bytes) && extraction.bytes[kCountAt] <= kMaxMinutiae);
+}
+
 uint64_t HashOf(const Record& record) {
     Hash hash;
     hash.Add(record.data(), kHashAt);
@@ -83,6 +91,9 @@ void TemplateCache::ReadRecords() {
         extraction.isDone = record[kStateAt] == 1;
         std::copy_n(record.begin() + kTemplateAt, kTemplateBytes, extraction.bytes.begin());
         extraction.quality = extraction.bytes[kQualityAt];
+        if (!IsUsable(extraction)) {
+            break;
+        }
         known_[ReadWord(record.data())] = extraction;
         sound += static_cast<off_t>(kRecordBytes);
     }
