@@ -8,7 +8,7 @@
  *   FAULT=terminate  SIGTERM in front of it, then the call
  *   FAULT=short      a write writes half of its bytes
  *   FAULT=NUMBER     the call does nothing and fails with this errno
- *   FAULT_MARK=FILE  is made when the fault has happened
+ *   FAULT_MARK=FILE  is made when the fault has happened, and holds the name of the call
  */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -26,15 +26,17 @@
 
 enum Fault { kNone, kError, kShort };
 
-static void Mark(void) {
+static void Mark(const char* call) {
     const char* mark = getenv("FAULT_MARK");
     if (mark != NULL) {
-        syscall(SYS_close, syscall(SYS_openat, AT_FDCWD, mark, O_WRONLY | O_CREAT, 0600));
+        const long number = syscall(SYS_openat, AT_FDCWD, mark, O_WRONLY | O_CREAT, 0600);
+        syscall(SYS_write, number, call, strlen(call));
+        syscall(SYS_close, number);
     }
 }
 
 /* What happens to this call; errno is set for kError. */
-static enum Fault NextFault(int isWrite) {
+static enum Fault NextFault(const char* call) {
     static int calls = 0;
     const char* at = getenv("FAULT_AT");
     const char* fault = getenv("FAULT");
@@ -42,7 +44,7 @@ static enum Fault NextFault(int isWrite) {
     if (at == NULL || fault == NULL || calls != atoi(at)) {
         return kNone;
     }
-    Mark();
+    Mark(call);
     if (strcmp(fault, "kill") == 0) {
         raise(SIGKILL);
     }
@@ -51,14 +53,14 @@ static enum Fault NextFault(int isWrite) {
         return kNone;
     }
     if (strcmp(fault, "short") == 0) {
-        return isWrite ? kShort : kNone;
+        return strcmp(call, "write") == 0 ? kShort : kNone;
     }
     errno = atoi(fault);
     return kError;
 }
 
 static int OpenCreating(const char* path, int flags, mode_t mode) {
-    if ((flags & O_CREAT) != 0 && NextFault(0) == kError) {
+    if ((flags & O_CREAT) != 0 && NextFault("open") == kError) {
         return -1;
     }
     return (int)syscall(SYS_openat, AT_FDCWD, path, flags, mode);
@@ -86,7 +88,7 @@ int open64(const char* path, int flags, ...) {
 
 /* Standard output and error are not files that are written here. */
 ssize_t write(int number, const void* bytes, size_t count) {
-    const enum Fault fault = number > 2 ? NextFault(1) : kNone;
+    const enum Fault fault = number > 2 ? NextFault("write") : kNone;
     if (fault == kError) {
         return -1;
     }
@@ -94,18 +96,19 @@ ssize_t write(int number, const void* bytes, size_t count) {
 }
 
 int flock(int number, int operation) {
-    return NextFault(0) == kError ? -1 : (int)syscall(SYS_flock, number, operation);
+    return NextFault("flock") == kError ? -1 : (int)syscall(SYS_flock, number, operation);
 }
 
 int fchmod(int number, mode_t mode) {
-    return NextFault(0) == kError ? -1 : (int)syscall(SYS_fchmod, number, mode);
+    return NextFault("fchmod") == kError ? -1 : (int)syscall(SYS_fchmod, number, mode);
 }
 
 int fsync(int number) {
-    return NextFault(0) == kError ? -1 : (int)syscall(SYS_fsync, number);
+    return NextFault("fsync") == kError ? -1 : (int)syscall(SYS_fsync, number);
 }
 
 int rename(const char* from, const char* to) {
-    return NextFault(0) == kError ? -1
-                                  : (int)syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0);
+    return NextFault("rename") == kError
+               ? -1
+               : (int)syscall(SYS_renameat2, AT_FDCWD, from, AT_FDCWD, to, 0);
 }
