@@ -103,6 +103,7 @@ Bytes Whole(const fuzz::TemplateBytes& bytes) {
 const Bytes kAnotherCapture = {fuzz::kImpression, 0, 3, 0};
 const Bytes kOneByteOther = {fuzz::kEdited, 0, 1, 20, 0, 77};
 const Bytes kFirstAgain = {fuzz::kCopy, 0};
+const Bytes kSecondAgain = {fuzz::kCopy, 1};
 const Bytes kRandomOne = {fuzz::kRandomMinutiae, 0, 30, 1, 0};
 
 void AddTemplates(const Corpus& corpus, const std::vector<fuzz::TemplateBytes>& fingers) {
@@ -117,6 +118,10 @@ void AddTemplates(const Corpus& corpus, const std::vector<fuzz::TemplateBytes>& 
     corpus.Add("enroll", "none", {255, 1, 0, 0, 0});
     corpus.Add("improve", "finger", first + Bytes{2} + Whole(fingers.at(1)) + Whole(fingers.at(2)));
     corpus.Add("improve", "random", kRandomOne + Bytes{3} + kAnotherCapture + kAnotherCapture);
+    // The same capture again: it matches, and the template gains too little.
+    corpus.Add(
+        "improve", "again",
+        kRandomOne + Bytes{3} + kAnotherCapture + kSecondAgain + kSecondAgain + kSecondAgain);
     fuzz::TemplateBytes old = fingers.at(0);
     old[2] = '0';
     corpus.Add("check_feature", "finger", first);
