@@ -13,9 +13,12 @@
 namespace qorfp::cli {
 namespace {
 
+constexpr int kMostPairs = 100;
+
 struct EvalOptions {
     FingerSetOptions set;
     std::string protocol = "fvc";
+    int pairs = 6;
 };
 
 int RunEval(const EvalOptions& options) {
@@ -25,7 +28,8 @@ int RunEval(const EvalOptions& options) {
     WriteReport(folder, "scores.csv", ScoresCsv(evaluation));
     WriteReport(folder, "captures.csv", CapturesCsv(evaluation.set));
     WriteReport(folder, "summary.json", EvaluationJson(evaluation));
-    WriteReport(folder, "report.html", EvaluationReport(evaluation));
+    WriteReport(folder, "report.html",
+                EvaluationReport(evaluation, static_cast<size_t>(options.pairs)));
     std::fputs(EvaluationTable(evaluation).c_str(), stdout);
     return kExitYes;
 }
@@ -41,6 +45,11 @@ void AddEval(CLI::App& program, int& exitStatus) {
         ->add_option("--protocol", options->protocol,
                      "Impostor pairs: of the first captures of every two fingers, or of all")
         ->check(CLI::IsMember({"fvc", "all"}))
+        ->capture_default_str();
+    command
+        ->add_option("--pairs", options->pairs,
+                     "Genuine and impostor pairs to draw in the report; with 0 it shows no finger")
+        ->check(CLI::Range(0, kMostPairs))
         ->capture_default_str();
     command->footer(
         "Writes report.html, summary.json, scores.csv and captures.csv, and prints a table.\n"

@@ -44,7 +44,7 @@ _qorfp() {
         draw) options="-o --output --scale $image_options" files=("${images[@]}") ;;
         match) options="-o --output --level --scale $image_options" files=("${images[@]}" bin) ;;
         stages) options="-o --output $image_options" files=("${images[@]}") ;;
-        eval) options="-o --output --pattern --protocol -j --threads $image_options" files=() ;;
+        eval) options="-o --output --pattern --protocol --pairs -j --threads $image_options" files=() ;;
         eval-search)
             options="-o --output --pattern --captures --level -j --threads $image_options" files=()
             ;;
@@ -58,7 +58,7 @@ _qorfp() {
         --dpi) _qorfp_words 363 500 508 1000 ;;
         --format) _qorfp_words iso19794-2 ansi378 json ;;
         --finger) _qorfp_words 0 1 2 3 4 5 6 7 8 9 10 ;;
-        --top | --view | --pattern | -j | --threads) ;;
+        --top | --view | --pattern | --pairs | -j | --threads) ;;
         -o | --output)
             case $command in
                 draw | match) _qorfp_files png ;;

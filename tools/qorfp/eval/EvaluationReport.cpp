@@ -13,7 +13,6 @@
 namespace qorfp::cli {
 namespace {
 
-constexpr size_t kPairsShown = 6;
 constexpr int kLowScores = 300;  // upper end of the plot where the levels lie
 
 std::string RateCell(const Share& share) {
@@ -116,14 +115,14 @@ void AddPlots(HtmlPage& page, const Evaluation& evaluation, const ErrorRates& ra
 }
 
 // The pairs with the lowest or highest scores; of equals, the first.
-std::vector<size_t> FindExtremes(const std::vector<int>& scores, bool isLowest) {
+std::vector<size_t> FindExtremes(const std::vector<int>& scores, bool isLowest, size_t most) {
     std::vector<size_t> order;
     for (size_t i = 0; i < scores.size(); ++i) {
         if (scores[i] != kNoScore) {
             order.push_back(i);
         }
     }
-    const size_t count = std::min(order.size(), kPairsShown);
+    const size_t count = std::min(order.size(), most);
     std::partial_sort(order.begin(), order.begin() + static_cast<std::ptrdiff_t>(count),
                       order.end(), [&scores, isLowest](size_t a, size_t b) {
                           if (scores[a] != scores[b]) {
@@ -136,9 +135,9 @@ std::vector<size_t> FindExtremes(const std::vector<int>& scores, bool isLowest) 
 }
 
 void AddPairs(HtmlPage& page, const Evaluation& evaluation, const std::vector<Pair>& pairs,
-              const std::vector<int>& scores, bool isLowest) {
+              const std::vector<int>& scores, bool isLowest, size_t most) {
     page.BeginGrid(true);
-    for (const size_t i : FindExtremes(scores, isLowest)) {
+    for (const size_t i : FindExtremes(scores, isLowest, most)) {
         const PairPicture picture =
             DrawPair(evaluation.set, pairs[i], evaluation.options.imageOptions);
         page.AddPicture(picture.png, picture.caption);
@@ -148,20 +147,21 @@ void AddPairs(HtmlPage& page, const Evaluation& evaluation, const std::vector<Pa
 
 }  // namespace
 
-std::string EvaluationReport(const Evaluation& evaluation) {
+std::string EvaluationReport(const Evaluation& evaluation, size_t pairsShown) {
     const ErrorRates rates = evaluation.Rates();
     HtmlPage page("Fingerprint verification: " + BaseName(evaluation.options.folder));
     AddCounts(page, evaluation);
     AddSummary(page, evaluation, rates);
     AddLevelTable(page, evaluation, rates);
     AddPlots(page, evaluation, rates);
-    if (!WithoutMissing(evaluation.genuine).empty()) {
+    if (pairsShown > 0 && !WithoutMissing(evaluation.genuine).empty()) {
         page.AddHeading("Genuine pairs with the lowest scores");
-        AddPairs(page, evaluation, evaluation.pairs.genuine, evaluation.genuine, true);
+        AddPairs(page, evaluation, evaluation.pairs.genuine, evaluation.genuine, true, pairsShown);
     }
-    if (!WithoutMissing(evaluation.impostor).empty()) {
+    if (pairsShown > 0 && !WithoutMissing(evaluation.impostor).empty()) {
         page.AddHeading("Impostor pairs with the highest scores");
-        AddPairs(page, evaluation, evaluation.pairs.impostor, evaluation.impostor, false);
+        AddPairs(page, evaluation, evaluation.pairs.impostor, evaluation.impostor, false,
+                 pairsShown);
     }
     return page.ToHtml();
 }

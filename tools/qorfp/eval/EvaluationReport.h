@@ -9,6 +9,8 @@
 
 namespace qorfp::cli {
 
-std::string EvaluationReport(const Evaluation& evaluation);
+/// `pairsShown` is how many genuine and how many impostor pairs are drawn; without any, the page shows
+/// no finger.
+std::string EvaluationReport(const Evaluation& evaluation, size_t pairsShown);
 
 }  // namespace qorfp::cli
