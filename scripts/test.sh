@@ -6,8 +6,8 @@
 #   scripts/test.sh          one configuration: the system's compiler, optimised
 #   scripts/test.sh --all    GCC and clang, each at -O0 (the library only) and -O3, clang with
 #                            AddressSanitizer and UBSan, and 32-bit ARM in an emulator; before them
-#                            the Debian packages of this machine; with gcc -O3 the documentation site;
-#                            stops at the first that fails
+#                            the Debian packages of this machine; with gcc -O3 the documentation site
+#                            and 20 mutants; stops at the first that fails
 #
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail

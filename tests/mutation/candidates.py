@@ -212,7 +212,7 @@ def _name(candidates, text):
 
 
 def find(root, file):
-    """The candidates of a file below `root`, by offset."""
+    """The candidates of a file below `root`, by offset, and the names of the functions in it."""
     path = str(root / file)
     text = (root / file).read_bytes()
     unit = Index.create().parse(path, args=["-x", "c++", *FLAGS, f"-I{root}"])
@@ -226,4 +226,4 @@ def find(root, file):
     unique = {(c.offset, c.old, c.new): c for c in finder.found if c.function not in claims}
     candidates = sorted(unique.values(), key=lambda c: (c.offset, c.kind, c.new))
     _name(candidates, text)
-    return candidates
+    return candidates, set(finder.functions)

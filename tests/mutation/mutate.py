@@ -46,7 +46,10 @@ def find_all(only, pool):
     files = sorted(str(path.relative_to(ROOT)) for folder in FOLDERS
                    for path in (ROOT / folder).iterdir() if path.suffix in (".cpp", ".h"))
     files = [file for file in files if file.startswith(only)]
-    return [c for found in pool.map(candidates.find, [ROOT] * len(files), files) for c in found]
+    found = dict(zip(files, pool.map(candidates.find, [ROOT] * len(files), files)))
+    names = {file: {Path(file).stem, *functions, *(c.function for c in own)}
+             for file, (own, functions) in found.items()}
+    return [c for own, _ in found.values() for c in own], names
 
 
 def mutated(candidate):
@@ -60,7 +63,7 @@ class Run:
 
     def __init__(self, trials, names, known, log, skipped):
         self.trials = trials
-        self.names = names  # by file
+        self.names = names  # of functions and constants by file
         self.known = known  # verdicts of an interrupted run by key
         self.log = log
         self.skipped = skipped  # keys
@@ -145,7 +148,7 @@ def main():
     options = arguments()
     reasons = equivalent.read(LIST)
     with concurrent.futures.ProcessPoolExecutor(options.jobs) as pool:
-        everything = find_all(options.only, pool)
+        everything, names = find_all(options.only, pool)
     keys = {c.key for c in everything}
     for key in reasons:
         if key not in keys and key.startswith(options.only):
@@ -173,9 +176,6 @@ def main():
     trials = queue.Queue()
     for worker in range(options.jobs):
         trials.put(Trial(build, suites, folder / f"worker-{worker}"))
-    names = collections.defaultdict(set)
-    for candidate in everything:
-        names[candidate.file].update((candidate.function, Path(candidate.file).stem))
     log_path = folder / "verdicts.tsv"
     known = {}
     if log_path.exists():
