@@ -145,16 +145,26 @@ void SvgPlot::AddVertical(double x, const std::string& label) {
 }
 
 void SvgPlot::AddMark(const PlotPoint& point, const std::string& label) {
-    constexpr double kSamePlace = 7;
     const double x = std::clamp(PlaceX(point.x), kLeft, kRight);
     const double y = std::clamp(PlaceY(point.y), kTop, kBottom);
-    for (Mark& mark : marks_) {
-        if (std::fabs(mark.x - x) < kSamePlace && std::fabs(mark.y - y) < 2 * kSamePlace) {
-            mark.label += ", " + label;
+    above_ += "<circle" + Attribute("cx", x) + Attribute("cy", y) + " r=\"4.5\"/>\n";
+    // Labels of dots that lie closer than text is wide or high would write over each other.
+    constexpr double kLabelWidth = 60;
+    constexpr double kLabelHeight = 16;
+    if (!markLabels_.empty()) {
+        MarkLabel& last = markLabels_.back();
+        if (std::fabs(last.lastX - x) < kLabelWidth && std::fabs(last.lastY - y) < kLabelHeight) {
+            last.text += ", " + label;
+            last.left = std::min(last.left, x);
+            last.right = std::max(last.right, x);
+            last.top = std::min(last.top, y);
+            last.bottom = std::max(last.bottom, y);
+            last.lastX = x;
+            last.lastY = y;
             return;
         }
     }
-    marks_.push_back({x, y, label});
+    markLabels_.push_back({label, x, y, x, x, y, y});
 }
 
 void SvgPlot::AddLegend(const std::string& name, const std::string& colour) {
@@ -196,13 +206,11 @@ std::string SvgPlot::ToSvg() const {
     svg += "<svg" + place + " viewBox=\"" + Number(kLeft) + " " + Number(kTop) + " " +
            Number(kRight - kLeft) + " " + Number(kBottom - kTop) + "\">\n" + inside_ + "</svg>\n";
     svg += "<rect" + place + " class=\"frame\"/>\n" + above_ + legend_;
-    for (size_t i = 0; i < marks_.size(); ++i) {
-        const Mark& mark = marks_[i];
-        svg += "<circle" + Attribute("cx", mark.x) + Attribute("cy", mark.y) + " r=\"4.5\"/>\n";
-        const bool isFarRight = mark.x > kRight - 60;
-        // Above and below in turn, so that neighbours do not write over each other.
-        svg += TextAt(mark.x + (isFarRight ? -6 : 6), mark.y + (i % 2 == 0 ? -8 : 18),
-                      isFarRight ? "end" : "start", mark.label, " class=\"mark\"");
+    for (const MarkLabel& label : markLabels_) {
+        const bool isFarRight = label.right > kRight - 60;
+        svg += TextAt(isFarRight ? label.left - 8 : label.right + 8,
+                      (label.top + label.bottom) / 2 - 3, isFarRight ? "end" : "start", label.text,
+                      " class=\"mark\"");
     }
     return svg + "</svg>\n";
 }

@@ -42,16 +42,21 @@ class SvgPlot {
     /// A thin line across, labelled at its upper end.
     void AddVertical(double x, const std::string& label);
 
-    /// A dot; of several at one place, the labels stand together.
+    /// A dot; of several that follow each other closely, the labels stand together beside them.
     void AddMark(const PlotPoint& point, const std::string& label);
 
     std::string ToSvg() const;
 
   private:
-    struct Mark {
-        double x = 0;  // on the picture
-        double y = 0;
-        std::string label;
+    /// Of one dot or several, in places on the picture.
+    struct MarkLabel {
+        std::string text;
+        double lastX = 0;
+        double lastY = 0;
+        double left = 0;
+        double right = 0;
+        double top = 0;
+        double bottom = 0;
     };
 
     double PlaceX(double value) const;
@@ -67,7 +72,7 @@ class SvgPlot {
     std::string above_;   // drawn on top, not cut
     std::string legend_;
     double legendEnd_;
-    std::vector<Mark> marks_;
+    std::vector<MarkLabel> markLabels_;
 };
 
 /// `text` in a page: markup escaped, what is not UTF-8 or not printable replaced.
