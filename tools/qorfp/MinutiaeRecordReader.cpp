@@ -15,6 +15,7 @@ constexpr size_t kFormatBytes = 4;
 constexpr size_t kLengthAt = 8;
 constexpr size_t kAreaHeadBytes = 4;
 constexpr uint32_t kMaxShortLength = 0xFFFF;
+constexpr uint32_t kLongLengthExtra = 4;  // bytes that the long form takes more
 
 class RecordReader {
   public:
@@ -82,11 +83,6 @@ class RecordReader {
     size_t at_ = 0;
 };
 
-// Only for a record that would not fit the short form, which is 4 bytes less.
-bool IsLong(uint32_t length, size_t fileBytes) {
-    return length == fileBytes && fileBytes > kMaxShortLength + 4;
-}
-
 // Both formats begin alike. The length field, which lies at the same place, tells them apart: read as
 // the other format's it gives another number, for no record is shorter than its header.
 RecordFormat ReadLength(RecordReader& reader, const Bytes& bytes) {
@@ -98,8 +94,11 @@ RecordFormat ReadLength(RecordReader& reader, const Bytes& bytes) {
     if ((high << 16 | low) == bytes.size()) {
         return RecordFormat::kIso19794;
     }
-    if (high == 0 && IsLong(low << 16 | reader.Number(2, "length"), bytes.size())) {
-        return RecordFormat::kAnsi378;
+    if (high == 0 && (low << 16 | reader.Number(2, "length")) == bytes.size()) {
+        if (bytes.size() > kMaxShortLength + kLongLengthExtra) {
+            return RecordFormat::kAnsi378;
+        }
+        reader.Refuse(kLengthAt, "the length takes 6 bytes in a record where 2 are enough");
     }
     reader.Refuse(kLengthAt,
                   "the length is not that of the file, " + std::to_string(bytes.size()) + " bytes");
