@@ -83,6 +83,8 @@ void AddImages(const Corpus& corpus, const model::Grid& finger) {
         corpus.Add(target, "finger", Bytes{0, 27, 30} + kDrawnFinger);
     }
     corpus.Add("check_finger", "sensor", Bytes{0, 254} + kDrawnFinger);
+    corpus.Add("extract", "sensor", Bytes{0, 255} + kDrawnFinger);
+    corpus.Add("extract", "large", Bytes{0, 254} + kDrawnFinger);
     corpus.Add("extract", "stripes", {0, 31, 27, 5, 60, 20, 10, 240});
     corpus.Add("stages", "all-window", Bytes{97} + window);
     corpus.Add("stages", "all-finger", Bytes{97, 26, 26} + kDrawnFinger);
