@@ -25,8 +25,8 @@ static_assert(FitsEveryImage(sizeof(BinaryScratch)), "fits behind every accepted
 
 // Copies of the unchanged rows above, at and below the one that is written.
 struct PlainScratch {
-    uint8_t rows[kRows][kMaxStageWidth];
     int32_t columnSums[kMaxStageWidth];
+    uint8_t rows[kRows][kMaxStageWidth];
 };
 static_assert(FitsEveryImage(sizeof(PlainScratch)), "fits behind every accepted image");
 
