@@ -20,7 +20,7 @@ struct Drawing {
 };
 
 constexpr double kPi = 3.14159265358979323846;
-constexpr double kBoundOfImages = 3;
+constexpr double kBoundOfImages = 4;
 
 uint8_t Grey(double wave) {
     return static_cast<uint8_t>(127.5 + 127.0 * std::fmax(-1.0, std::fmin(1.0, wave)));
@@ -92,7 +92,7 @@ Grid BlockNoise(int32_t width, int32_t height, int32_t cell) {
 
 void AddStripes(int32_t width, int32_t height, std::vector<Drawing>* drawings) {
     for (int32_t period = 2; period <= 24; period += period < 12 ? 1 : 4) {
-        for (int32_t direction = 0; direction < 120; direction += 15) {
+        for (int32_t direction = 0; direction < 120; direction += 5) {
             drawings->push_back({"stripes of period " + std::to_string(period) + ", direction " +
                                      std::to_string(direction),
                                  [=] {
