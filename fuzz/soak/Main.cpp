@@ -5,6 +5,7 @@
 // each result, the digests of both rounds, and the memory that the process took. Exit status 1 when
 // the digests differ, a call never gave one of its usual results, or memory has grown.
 #include <fcntl.h>
+#include <malloc.h>
 #include <unistd.h>
 
 #include <cstdint>
@@ -24,6 +25,8 @@ constexpr int64_t kMostCalls = 1000000000;
 constexpr int64_t kEnoughForAllResults = 3000;
 constexpr int64_t kMostGrowthKib =
     512;  // of blocks that change their places; one leak a call is more
+// Of the second round, by when malloc keeps all freed blocks that it is going to keep.
+constexpr int64_t kMostBytesMore = 8192;
 
 // Memory that the process has in use, in KiB; -1 where the system does not tell.
 int64_t ResidentKib() {
@@ -54,10 +57,26 @@ bool HasOwnAllocator() {
 #endif
 }
 
+// Bytes that malloc has given and not got back; 0 where it does not tell.
+int64_t AllocatedBytes() {
+    int64_t bytes = 0;
+#ifdef __GLIBC__
+#if __GLIBC_PREREQ(2, 33)
+    if (!HasOwnAllocator()) {
+        const struct mallinfo2 info = mallinfo2();
+        bytes = static_cast<int64_t>(info.uordblks + info.hblkhd);
+    }
+#endif
+#endif
+    return bytes;
+}
+
 struct Round {
     uint64_t digest = 0;
     int64_t earlyKib = 0;  ///< after a twentieth of the calls
     int64_t lateKib = 0;
+    int64_t earlyBytes = 0;  ///< allocated
+    int64_t lateBytes = 0;
     Calls::Tally results;
 };
 
@@ -67,11 +86,13 @@ Round Run(int64_t calls, uint64_t seed, std::initializer_list<fuzz::Fill> fills)
     for (int64_t i = 0; i < calls; ++i) {
         if (i == calls / 20) {
             round.earlyKib = ResidentKib();
+            round.earlyBytes = AllocatedBytes();
         }
         fuzz::FillEngineBuffer(fills.begin()[static_cast<size_t>(i) % fills.size()]);
         all.Next();
     }
     round.lateKib = ResidentKib();
+    round.lateBytes = AllocatedBytes();
     round.digest = all.Digest();
     round.results = all.Results();
     return round;
@@ -127,6 +148,9 @@ void Print(const Round& first, const Round& second) {
         std::fprintf(
             stderr, "memory %lld KiB after a twentieth of the calls, %lld KiB at the end\n",
             static_cast<long long>(round->earlyKib), static_cast<long long>(round->lateKib));
+        std::fprintf(stderr, "allocated %lld bytes then, %lld at the end\n",
+                     static_cast<long long>(round->earlyBytes),
+                     static_cast<long long>(round->lateBytes));
     }
 }
 
@@ -162,7 +186,8 @@ int main(int argumentCount, char** arguments) {
     const auto hasGrown = [](const Round& round) {
         return round.lateKib > round.earlyKib + kMostGrowthKib;
     };
-    if (!HasOwnAllocator() && (hasGrown(first) || hasGrown(second))) {
+    if (!HasOwnAllocator() && (hasGrown(first) || hasGrown(second) ||
+                               second.lateBytes > second.earlyBytes + kMostBytesMore)) {
         std::fprintf(stderr, "memory has grown\n");
         isGood = false;
     }
