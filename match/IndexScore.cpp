@@ -281,6 +281,10 @@ int32_t ScoreAll(uint8_t* work, int32_t n, int32_t* scores, AreaOf areaOf) {
     constexpr int64_t kScratchAt = offsetof(IndexWorkspace, score);
     const StageMemory memory(work, {Held(0, kScratchAt), ScratchOf<IndexScoreScratch>(kScratchAt)});
     IndexWorkspace* index = WorkAt<IndexWorkspace>(work);
+    if (index->keyCount == 0) {
+        // Of a template that cannot be decoded nobody makes planes. Whatever they say, no key is found.
+        MayBeUnwritten(&index->planes);
+    }
     const bool isSound = MakeProbeSets(*index, &index->score.sets);
     memset(index->score.probeBest, 0, sizeof(index->score.probeBest));
     for (int32_t i = 0; i < n; ++i) {

@@ -116,5 +116,10 @@ int32_t MatchNext(uint8_t* work, const uint8_t* probe) {
         !IsReferenceSound(match->context)) {
         return 0;
     }
+    if (match->context.referenceBarCount == 0) {
+        // Nobody has filled these. All lists are empty, and every place in them is clamped to that.
+        MayBeUnwritten(&match->context.shorterPairs);
+        MayBeUnwritten(&match->context.listMarks);
+    }
     return Alignment(&match->context, &match->result, 0);
 }
