@@ -5,7 +5,8 @@
 #
 #   scripts/test.sh          one configuration: the system's compiler, optimised
 #   scripts/test.sh --all    GCC and clang, each at -O0 (the library only) and -O3, clang with
-#                            AddressSanitizer and UBSan, and 32-bit ARM in an emulator; before them
+#                            AddressSanitizer and UBSan, programs that call all of the library with
+#                            MemorySanitizer, and 32-bit ARM in an emulator; before them
 #                            the Debian packages of this machine; with gcc -O3 the documentation site
 #                            and 20 mutants; stops at the first that fails
 #
@@ -19,7 +20,7 @@ case ${1:-} in
     '') presets=(dev) packages=("${test_packages[@]}") ;;
     --all)
         all=1
-        presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan armhf) packages=("${all_test_packages[@]}")
+        presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan msan armhf) packages=("${all_test_packages[@]}")
         ;;
     *)
         sed -n '/^# Builds/,/^# Each/s/^# \{0,1\}//p' "$0" >&2
