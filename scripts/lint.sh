@@ -41,11 +41,13 @@ run_shellcheck() {
             --exclude=SC1007,SC2155
 }
 
+# Not the largest table: it holds numbers only, and takes minutes.
 run_cppcheck() {
     mkdir -p "$folder/cppcheck"
-    cppcheck --project="$folder/compile_commands.json" --cppcheck-build-dir="$folder/cppcheck" \
-        --enable=warning,performance,portability --inline-suppr --quiet -j"$jobs" \
-        --suppressions-list=tests/sanitizers/cppcheck.txt --error-exitcode=1
+    printf '%s\n' {api,engine,extract,match,preprocess}/*.cpp | grep -v extract/FPTable.cpp |
+        cppcheck --file-list=- --cppcheck-build-dir="$folder/cppcheck" --language=c++ --std=c++17 -I. -Iinclude \
+            --enable=warning,performance,portability --inline-suppr --quiet -j"$jobs" \
+            --suppressions-list=tests/sanitizers/cppcheck.txt --error-exitcode=1
 }
 
 run_clang_tidy() {

@@ -7,8 +7,8 @@
 #   scripts/test.sh --all    GCC and clang, each at -O0 (the library only) and -O3, clang with
 #                            AddressSanitizer and UBSan, programs that call all of the library with
 #                            MemorySanitizer, and 32-bit ARM in an emulator; before them
-#                            the Debian packages of this machine; with gcc -O3 the documentation site
-#                            and 20 mutants; stops at the first that fails
+#                            the Debian packages of this machine and scripts/lint.sh; with gcc -O3 the
+#                            documentation site and 20 mutants; stops at the first that fails
 #
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail
@@ -34,6 +34,8 @@ install_packages build/setup.log "${packages[@]}"
 if [ -n "$all" ]; then
     printf '\n==== packages ====\n'
     scripts/package.sh --check
+    printf '\n==== static analysis ====\n'
+    scripts/lint.sh
 fi
 for preset in "${presets[@]}"; do
     printf '\n==== %s ====\n' "$preset"
