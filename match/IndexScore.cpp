@@ -239,9 +239,11 @@ int32_t BestClusterSum(IndexScoreScratch* scratch, int32_t pairs) {
     uint32_t clusters = 0;  // as bits
     int32_t best = 0;
     for (int32_t i = 0; i < pairs; ++i) {
+        // Earlier pairs as bits, moved up one by one: clang would do shifts by j for several pairs
+        // at once, by way of floating point.
         uint32_t near = 0;
-        for (int32_t j = 0; j < i; ++j) {
-            near |= uint32_t{IsNear(scratch->rotation[i], scratch->rotation[j])} << j;
+        for (int32_t j = i - 1; j >= 0; --j) {
+            near = near << 1 | uint32_t{IsNear(scratch->rotation[i], scratch->rotation[j])};
         }
         near &= clusters;
         const uint32_t self = uint32_t{1} << i;
