@@ -10,6 +10,7 @@
 
 #include "tools/qorfp/Engine.h"
 #include "tools/qorfp/FitWindow.h"
+#include "tools/qorfp/MinutiaBox.h"
 #include "tools/qorfp/Resample.h"
 #include "tools/qorfp/StageRun.h"
 
@@ -146,28 +147,6 @@ std::string Text(double number, int digits) {
     char text[32];
     std::snprintf(text, sizeof text, "%.*f", digits, number);
     return text;
-}
-
-struct Box {
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
-
-    double Area() const {
-        return left > right || top > bottom ? 0.0 : (right - left + 1.0) * (bottom - top + 1.0);
-    }
-};
-
-Box BoxAround(const std::vector<MinutiaView>& minutiae) {
-    Box box = {minutiae[0].x, minutiae[0].y, minutiae[0].x, minutiae[0].y};
-    for (const MinutiaView& minutia : minutiae) {
-        box.left = std::min(box.left, minutia.x);
-        box.top = std::min(box.top, minutia.y);
-        box.right = std::max(box.right, minutia.x);
-        box.bottom = std::max(box.bottom, minutia.y);
-    }
-    return box;
 }
 
 int CountIn(const Box& box, const std::vector<MinutiaView>& minutiae) {

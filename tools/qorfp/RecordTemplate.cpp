@@ -8,6 +8,7 @@
 #include <optional>
 
 #include "tools/qorfp/FitWindow.h"
+#include "tools/qorfp/MinutiaBox.h"
 #include "tools/qorfp/Notice.h"
 #include "tools/qorfp/ToolError.h"
 
@@ -48,24 +49,6 @@ int ConfidenceOfQuality(int quality) {
 
 std::string MinutiaeText(size_t count) {
     return std::to_string(count) + (count == 1 ? " minutia" : " minutiae");
-}
-
-struct Box {
-    int left = 0;
-    int top = 0;
-    int right = 0;
-    int bottom = 0;
-};
-
-Box BoxAround(const std::vector<MinutiaView>& minutiae) {
-    Box box = {minutiae[0].x, minutiae[0].y, minutiae[0].x, minutiae[0].y};
-    for (const MinutiaView& minutia : minutiae) {
-        box.left = std::min(box.left, minutia.x);
-        box.top = std::min(box.top, minutia.y);
-        box.right = std::max(box.right, minutia.x);
-        box.bottom = std::max(box.bottom, minutia.y);
-    }
-    return box;
 }
 
 void AppendWord(Bytes& bytes, int word) {
