@@ -9,6 +9,10 @@
 # fusion and improvement of templates are worth.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
+answer_help "$@"
+[[ ${1:-} != -* ]] || wrong_use
 
 cmake --preset release -DQORFP_BUILD_BENCH=ON > /dev/null
 cmake --build --preset release > /dev/null

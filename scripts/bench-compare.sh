@@ -10,8 +10,11 @@
 # (default: the public calls); N: runs of each (default 21).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
 . scripts/bench-common.sh
+answer_help "$@"
 
 filter='^(extract/|verify/|match-next/|index-score/|enroll/|improve|search/100000$)'
 rounds=21
@@ -24,8 +27,7 @@ while [[ ${1:-} == --* ]] && [ $# -ge 2 ]; do
     shift 2
 done
 if [ $# -ne 2 ]; then
-    sed -n '/^#   scripts/,/^# (default/s/^# \{0,1\}//p' "$0" >&2
-    exit 2
+    wrong_use
 fi
 
 compare=$PWD/build/compare

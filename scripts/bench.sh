@@ -12,22 +12,22 @@
 # where there are any).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
 . scripts/bench-common.sh
+answer_help "$@"
 
 filter=-growth/
 repetitions=21
 json=build/bench/speed.json
 while [[ ${1:-} == --* ]]; do
-    [ $# -ge 2 ] || set -- --usage ''
+    [ $# -ge 2 ] || wrong_use
     case $1 in
         --filter) filter=$2 ;;
         --repetitions) repetitions=$2 ;;
         --json) json=$2 ;;
-        *)
-            sed -n '/^#   scripts/,/^# where/s/^# \{0,1\}//p' "$0" >&2
-            exit 2
-            ;;
+        *) wrong_use ;;
     esac
     shift 2
 done

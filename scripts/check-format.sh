@@ -2,16 +2,18 @@
 # SPDX-License-Identifier: Apache-2.0
 # Says which C and C++ files are not laid out as .clang-format has it; changes nothing. Needs
 # clang-format 14. With --fix it lays them out.
+#
+#   scripts/check-format.sh [--fix]
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
+answer_help "$@"
 
 case ${1:-} in
     '') mode=(--dry-run -Werror) ;;
     --fix) mode=(-i) ;;
-    *)
-        echo "usage: scripts/check-format.sh [--fix]" >&2
-        exit 2
-        ;;
+    *) wrong_use ;;
 esac
 clang_format=$(command -v clang-format-14 || command -v clang-format) || {
     echo "check-format: clang-format is missing (Debian package clang-format-14)" >&2

@@ -8,12 +8,17 @@
 # Without them nothing is compared: exit status 77, which ctest counts as skipped.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
+answer_help "$@"
 
 program=
 if [ "${1:-}" = --program ]; then
-    program=$2
+    program=${2:-}
+    [ -n "$program" ] || wrong_use
     shift 2
 fi
+[[ ${1:-} != -* ]] || wrong_use
 vectors=${1:-../shared/vectors}
 images=$vectors/../data
 if [ ! -d "$vectors" ] || [ ! -d "$images" ]; then

@@ -13,8 +13,11 @@
 # --check: exit status 1 when a target is not met.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
 . scripts/bench-common.sh
+answer_help "$@"
 
 filter='^(extract/|verify/40|match-next/|index-score/|search/100000$|enroll/|improve)'
 check=()
@@ -34,10 +37,7 @@ machines=("$@")
 for machine in "${machines[@]}"; do
     case $machine in
         host | armhf | armhf-plain | memory) ;;
-        *)
-            sed -n '/^#   scripts/,/^# --check/s/^# \{0,1\}//p' "$0" >&2
-            exit 2
-            ;;
+        *) wrong_use ;;
     esac
 done
 

@@ -10,9 +10,11 @@
 # dpkg-shlibdeps finds who owns its libraries. Safe to repeat: a complete folder is left alone.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
+answer_help "$@"
 if [ $# -lt 2 ]; then
-    sed -n '/^# Gets/,/^# dpkg/s/^# \{0,1\}//p' "$0" >&2
-    exit 2
+    wrong_use
 fi
 machine=$1
 mkdir -p "$2"

@@ -12,7 +12,10 @@
 # scripts/test.sh does.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
+answer_help "$@"
 
 machines=("$@")
 [ $# -gt 0 ] || machines=(clang armhf armhf-plain arm64 s390x musl)
@@ -24,10 +27,7 @@ for machine in "${machines[@]}"; do
         s390x) packages+=("${s390x_packages[@]}") ;;
         musl) packages+=("${musl_packages[@]}") ;;
         clang) packages+=(clang) ;;
-        *)
-            sed -n '/^#   scripts/,/^# scripts/s/^# \{0,1\}//p' "$0" >&2
-            exit 2
-            ;;
+        *) wrong_use ;;
     esac
 done
 

@@ -10,13 +10,15 @@
 # to run it again. Needs clang and libFuzzer (Debian packages clang and libclang-rt-14-dev).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 # shellcheck source=scripts/debian-packages.sh
 . scripts/debian-packages.sh
+answer_help "$@"
 
 minutes=${1:-}
 if ! [[ $minutes =~ ^[1-9][0-9]*$ ]] || [ $# -gt 2 ]; then
-    sed -n '/^# Runs/,/^# to run/s/^# \{0,1\}//p' "$0" >&2
-    exit 2
+    wrong_use
 fi
 jobs=${JOBS:-$(nproc)}
 folder=build/fuzz

@@ -7,9 +7,13 @@
 #   scripts/lint.sh [FILE...]      clang-tidy on the given files of the library only
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 # shellcheck disable=SC2317  # the steps are called by step
 # shellcheck source=scripts/debian-packages.sh
 . scripts/debian-packages.sh
+answer_help "$@"
+[[ ${1:-} != -* ]] || wrong_use
 
 jobs=${JOBS:-$(nproc)}
 folder=build/lint

@@ -16,13 +16,18 @@
 # made of them are in build/dev/mutation. JOBS mutants at a time, or as many as there are cores.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 # shellcheck source=scripts/debian-packages.sh
 . scripts/debian-packages.sh
+answer_help "$@"
 
-if [[ ${1:-} == -h || ${1:-} == --help ]]; then
-    sed -n '/^# Do the tests/,/^# made of them/s/^# \{0,1\}//p' "$0"
-    exit 0
-fi
+for argument in "$@"; do
+    case $argument in
+        --count* | --seed* | --only* | --resume | --sample* | --list) ;;
+        -*) wrong_use ;;
+    esac
+done
 jobs=${JOBS:-$(nproc)}
 mkdir -p build
 log=build/mutate.log

@@ -18,8 +18,11 @@
 # (cmake/toolchains/armhf-plain.cmake).
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
 . scripts/source-date.sh
+answer_help "$@"
 
 # CPack gives folders, and the parts of a package, the permissions that umask leaves.
 umask 022
@@ -32,16 +35,12 @@ native=$(dpkg --print-architecture) || {
 machine=$native
 check=''
 chroot=''
-usage() {
-    sed -n '/^# Makes/,/^# (cmake/s/^# \{0,1\}//p' "$0" >&2
-    exit 2
-}
 for argument in "$@"; do
     case $argument in
         --check) check=1 ;;
         --chroot) chroot=1 ;;
         armhf | "$native") machine=$argument ;;
-        *) usage ;;
+        *) wrong_use ;;
     esac
 done
 

@@ -4,9 +4,15 @@
 # what they print as a picture, docs/images/demo.svg. A test compares the text of the picture with what
 # the same commands print later; run this anew when it fails. Builds from nothing: for times that tell
 # something it needs a quiet machine.
+#
+#   scripts/record-demo.sh
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
+answer_help "$@"
+[ $# -eq 0 ] || wrong_use
 mkdir -p build
 : >build/setup.log
 install_packages build/setup.log "${record_packages[@]}"

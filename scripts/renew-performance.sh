@@ -8,8 +8,11 @@
 # --document-only: from what was measured last.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
 . scripts/bench-common.sh
+answer_help "$@"
 
 case ${1:-} in
     '')
@@ -20,10 +23,7 @@ case ${1:-} in
         scripts/worst-cases.sh
         ;;
     --document-only) ;;
-    *)
-        sed -n '/^#   scripts/,/^# --doc/s/^# \{0,1\}//p' "$0" >&2
-        exit 2
-        ;;
+    *) wrong_use ;;
 esac
 python3 bench/report/renew_document.py docs/performance.md README.md \
     build/bench/speed.json build/bench/counts build/bench/worst.json build/bench

@@ -11,18 +11,18 @@
 #   --library   the library only, for this machine: needs compilers, CMake and make, no other package
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 # shellcheck source=scripts/source-date.sh
 . scripts/source-date.sh
+answer_help "$@"
 
 machine=$(dpkg --print-architecture 2>/dev/null || uname -m)
 library_only=''
 for argument in "$@"; do
     case $argument in
         --library) library_only=1 ;;
-        -*)
-            sed -n '/^# Builds/,/^#   --library/s/^# \{0,1\}//p' "$0" >&2
-            exit 2
-            ;;
+        -*) wrong_use ;;
         *) machine=$argument ;;
     esac
 done

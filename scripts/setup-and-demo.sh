@@ -10,7 +10,10 @@
 # With --built it shows the demo with the programs of a finished build, and installs and builds nothing.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
+answer_help "$@"
 
 data=examples/data
 finger=1_1 same_finger=1_2 other_finger=2_1
@@ -20,10 +23,7 @@ folder=build/release
 case ${1:-} in
     '') ;;
     --built) folder=${2:?} ;;
-    *)
-        sed -n '/^#   scripts/s/^# *//p' "$0" >&2
-        exit 2
-        ;;
+    *) wrong_use ;;
 esac
 qorfp=$folder/tools/qorfp/qorfp
 

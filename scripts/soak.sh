@@ -9,14 +9,16 @@
 # Exit status 1 when something is wrong.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 # shellcheck source=scripts/debian-packages.sh
 . scripts/debian-packages.sh
+answer_help "$@"
 
 calls=${1:-1000000}
 seed=${2:-1}
 if ! [[ $calls =~ ^[1-9][0-9]*$ && $seed =~ ^[0-9]+$ ]] || [ $# -gt 2 ]; then
-    sed -n '/^# Makes/,/^# Exit/s/^# \{0,1\}//p' "$0" >&2
-    exit 2
+    wrong_use
 fi
 mkdir -p build/hostile
 log=build/hostile/soak.log

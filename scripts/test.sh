@@ -13,7 +13,10 @@
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
+answer_help "$@"
 
 all=''
 case ${1:-} in
@@ -22,10 +25,7 @@ case ${1:-} in
         all=1
         presets=(gcc-O0 gcc-O3 clang-O0 clang-O3 asan msan armhf) packages=("${all_test_packages[@]}")
         ;;
-    *)
-        sed -n '/^# Builds/,/^# Each/s/^# \{0,1\}//p' "$0" >&2
-        exit 2
-        ;;
+    *) wrong_use ;;
 esac
 
 mkdir -p build

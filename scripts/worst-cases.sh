@@ -11,8 +11,12 @@
 # docs/performance.md.
 set -euo pipefail
 cd "$(dirname "$0")/.."
+# shellcheck source=scripts/usage.sh
+. scripts/usage.sh
 . scripts/debian-packages.sh
 . scripts/bench-common.sh
+answer_help "$@"
+[ $# -eq 0 ] || wrong_use
 
 folder=build/bench/worst
 rm -rf "$folder"
