@@ -85,7 +85,10 @@ class Follower:
         (self.folder / "build").mkdir()
         build = pathlib.Path(build).resolve()
         (self.folder / "build/release").symlink_to(build)
-        programs = [build / "tools" / name for name in ("qorfp", "synth", "selftest")]
+        # The programs where a reader finds them: by the search path of the first page.
+        guide = (self.source / "docs/getting-started.md").read_text(encoding="utf-8")
+        path = re.search(r'^PATH="\$PATH:(.*)"$', guide, re.MULTILINE)[1]
+        programs = path.replace("$PWD", str(self.folder)).split(":")
         # The compiler of this build under the name that the pages use.
         (self.folder / "build/bin").mkdir()
         (self.folder / "build/bin/cc").symlink_to(shutil.which(compiler))
