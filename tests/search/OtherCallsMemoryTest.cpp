@@ -15,7 +15,7 @@
 #include "match/FPMatch.h"
 #include "tests/search/AllocationWatch.h"
 #include "tests/search/CandidatePool.h"
-#include "tests/search/CapturedOutput.h"
+#include "tests/support/CapturedOutput.h"
 #include "tests/support/TestImages.h"
 
 namespace {
@@ -29,7 +29,7 @@ using testsupport::Random;
 
 /// Expects the result, and that nothing was allocated on the way to it.
 void ExpectFrugal(uint32_t expectedResult, const std::function<uint32_t()>& call) {
-    searchtest::OutputOf([&] {
+    testsupport::OutputOf([&] {
         AllocationWatch watch({});
         const uint32_t result = call();
         watch.Stop();
@@ -61,7 +61,7 @@ TEST(OtherCallsMemory, TextsAndInitialisation) {
 }
 
 TEST(OtherCallsMemory, Extraction) {
-    searchtest::OutputOf([] { QORFP_Initial(0); });
+    testsupport::OutputOf([] { QORFP_Initial(0); });
     Random random(1);
     const Grid finger = testsupport::FingerImage(256, 360, random);
     const Grid sensorFinger = testsupport::FingerImage(152, 200, random);
@@ -80,7 +80,7 @@ TEST(OtherCallsMemory, Extraction) {
 }
 
 TEST(OtherCallsMemory, EnrolmentAndImprovement) {
-    searchtest::OutputOf([] { QORFP_Initial(0); });
+    testsupport::OutputOf([] { QORFP_Initial(0); });
     const MinutiaSet finger = SomeFinger();
     std::vector<uint8_t> captures;
     for (const size_t lost : {3U, 0U, 5U}) {

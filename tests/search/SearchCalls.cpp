@@ -10,8 +10,8 @@
 #include <utility>
 
 #include "include/QORFPApi.h"
-#include "tests/search/CapturedOutput.h"
 #include "tests/search/EngineLockState.h"
+#include "tests/support/CapturedOutput.h"
 
 namespace searchtest {
 namespace {
@@ -93,7 +93,7 @@ CallOutcome RunCall(Call call, const TemplateBytes& probe, const CallerList& lis
         return list.PositionOf(call, candidate);
     };
     EngineRecorder recorder(oddities.script, positionOf);
-    outcome.output = OutputOf([&] {
+    outcome.output = testsupport::OutputOf([&] {
         if (call == Call::kSearch) {
             const uint8_t* const templates = oddities.nullList ? nullptr : list.Contiguous();
             outcome.result = QORFP_Search(probeBytes, templates, list.Count(), level, index, score);

@@ -11,8 +11,8 @@
 #include "include/QORFPApi.h"
 #include "tests/search/AllocationWatch.h"
 #include "tests/search/CandidatePool.h"
-#include "tests/search/CapturedOutput.h"
 #include "tests/search/EngineLockState.h"
+#include "tests/support/CapturedOutput.h"
 
 namespace {
 
@@ -70,7 +70,7 @@ Watched Watch(Call call, const Arguments& arguments, const AllocationWatch::Plan
     const uint8_t* const list = arguments.hasNullList ? nullptr : contiguous.data();
     const uint8_t* const* const refs = arguments.hasNullList ? nullptr : pointers.data();
     Watched watched;
-    watched.output = searchtest::OutputOf([&] {
+    watched.output = testsupport::OutputOf([&] {
         AllocationWatch watch(plan);
         watched.result = call == Call::kSearch
                              ? QORFP_Search(probe, list, arguments.count, arguments.level,

@@ -4,39 +4,17 @@
 #include "api/Log.h"
 
 #include <gtest/gtest.h>
-#include <stdio.h>
-#include <unistd.h>
 
 #include <cstdint>
 #include <numeric>
 #include <string>
 #include <vector>
 
+#include "tests/support/CapturedOutput.h"
+
 namespace {
 
-/// What `run` writes to the process's standard output.
-template <class Run>
-std::string OutputOf(Run run) {
-    FILE* const file = tmpfile();
-    if (file == nullptr) {
-        ADD_FAILURE() << "no temporary file";
-        return "";
-    }
-    fflush(stdout);
-    const int saved = dup(STDOUT_FILENO);
-    dup2(fileno(file), STDOUT_FILENO);
-    run();
-    fflush(stdout);
-    dup2(saved, STDOUT_FILENO);
-    close(saved);
-    std::string text;
-    rewind(file);
-    for (int character = fgetc(file); character != EOF; character = fgetc(file)) {
-        text.push_back(static_cast<char>(character));
-    }
-    fclose(file);
-    return text;
-}
+using testsupport::OutputOf;
 
 std::vector<uint8_t> CountingBytes(size_t length) {
     std::vector<uint8_t> bytes(length);

@@ -9,7 +9,7 @@
 #include <stdexcept>
 #include <string>
 
-namespace searchtest {
+namespace testsupport {
 
 template <class Code>
 std::string OutputOf(Code code) {
@@ -33,4 +33,4 @@ std::string OutputOf(Code code) {
     return text;
 }
 
-}  // namespace searchtest
+}  // namespace testsupport
