@@ -79,10 +79,9 @@ void AddLevelTable(HtmlPage& page, const Evaluation& evaluation, const ErrorRate
     page.AddTable(rows);
     page.AddParagraph(
         "FMR: share of impostor pairs accepted. FNMR: share of genuine pairs refused; with "
-        "failures: "
-        "also those of which a template is missing. The intervals are Wilson's and take the pairs "
-        "as "
-        "independent; pairs that share a finger are not, so the truth may lie further out.");
+        "failures: also those of which a template is missing. The intervals are Wilson's and take "
+        "the pairs as independent; pairs that share a finger are not, so the truth may lie further "
+        "out.");
 }
 
 void AddPlots(HtmlPage& page, const Evaluation& evaluation, const ErrorRates& rates) {
@@ -139,7 +138,7 @@ void AddPairs(HtmlPage& page, const Evaluation& evaluation, const std::vector<Pa
     page.BeginGrid(true);
     for (const size_t i : FindExtremes(scores, isLowest, most)) {
         const PairPicture picture =
-            DrawPair(evaluation.set, pairs[i], evaluation.options.imageOptions);
+            DrawPair(evaluation.set, pairs[i], evaluation.options.imageOptions, isLowest);
         page.AddPicture(picture.png, picture.caption);
     }
     page.EndGrid();

@@ -12,10 +12,12 @@ namespace qorfp::cli {
 
 struct PairPicture {
     Bytes png;
-    std::string caption;  // names, score, and how the second lies to the first
+    std::string caption;  // names, score, how the second (B) lies to the first (A)
 };
 
-/// Both captures must have a template. Reads the images again.
-PairPicture DrawPair(const FingerSet& set, const Pair& pair, const ImageOptions& options);
+/// Both captures must have a template. Reads the images again. With reasons, the caption also says what
+/// is poor about the fingers, as a refusal does.
+PairPicture DrawPair(const FingerSet& set, const Pair& pair, const ImageOptions& options,
+                     bool withReasons);
 
 }  // namespace qorfp::cli
