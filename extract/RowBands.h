@@ -12,9 +12,6 @@
 #include "extract/FixedMath.h"
 #include "extract/Vector.h"
 
-/// For what a filter is made of: it is called more often than compilers like to inline.
-#define QORFP_INLINE inline __attribute__((always_inline))
-
 namespace qorfp {
 
 /// Rows of scratch that bands need at least, and those beyond which more make nothing faster.

@@ -13,6 +13,9 @@
 #include <emmintrin.h>
 #endif
 
+/// For what a loop over vectors is made of: it is called more often than compilers like to inline.
+#define QORFP_INLINE inline __attribute__((always_inline))
+
 namespace qorfp {
 
 using U8x16 = uint8_t __attribute__((vector_size(16)));
@@ -113,6 +116,15 @@ inline U8x16 NarrowMask(I16x8 low, I16x8 high) {
     const U8x16 a = AsLanes<U8x16>(low);
     const U8x16 b = AsLanes<U8x16>(high);
     return QORFP_PICK_LANES(a, b, 0, 2, 4, 6, 8, 10, 12, 14, 16, 18, 20, 22, 24, 26, 28, 30);
+#endif
+}
+
+/// Whether every lane of a comparison's result is true. Every lane must be all ones or zeros.
+inline bool HasAll(U8x16 mask) {
+#if defined(__SSE2__)
+    return _mm_movemask_epi8(AsLanes<__m128i>(mask)) == 0xFFFF;
+#else
+    return IsZero(~mask);
 #endif
 }
 
@@ -258,6 +270,24 @@ inline U8x16 Least(U8x16 a, U8x16 b) {
 
 inline U8x16 Greatest(U8x16 a, U8x16 b) {
     return a > b ? a : b;
+}
+
+/// a - b, but 0 where b is greater.
+inline U8x16 SubtractToZero(U8x16 a, U8x16 b) {
+#if defined(__SSE2__)
+    return AsLanes<U8x16>(_mm_subs_epu8(AsLanes<__m128i>(a), AsLanes<__m128i>(b)));
+#else
+    return a - Least(a, b);
+#endif
+}
+
+/// a + b, but 255 where that is more.
+inline U8x16 AddTo255(U8x16 a, U8x16 b) {
+#if defined(__SSE2__)
+    return AsLanes<U8x16>(_mm_adds_epu8(AsLanes<__m128i>(a), AsLanes<__m128i>(b)));
+#else
+    return a + Least(b, ~a);
+#endif
 }
 
 /// True when a lane is not 0.

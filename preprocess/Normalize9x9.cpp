@@ -8,6 +8,8 @@
 
 #include <string.h>
 
+#include "extract/FixedMath.h"
+
 namespace {
 
 using namespace qorfp;
@@ -94,11 +96,10 @@ U16x8 Load(const uint16_t* from) {
 // Sixteen columns, from column 2 i on, after a row has entered the window and another has left it.
 void SlideAt(int32_t i, U8x16 entering, U8x16 leaving, Columns* columns) {
     const int32_t at = Normalize9x9Scratch::kEdge + i;
-    const U16x8 even = Load(columns->even + at) + EvenBytes(entering) - EvenBytes(leaving);
-    const U16x8 odd = Load(columns->odd + at) + OddBytes(entering) - OddBytes(leaving);
-    StoreVector(even, columns->even + at);
-    StoreVector(odd, columns->odd + at);
-    StoreVector(even + odd, columns->pairs + at);
+    const U16x8 even = EvenBytes(entering) - EvenBytes(leaving);
+    const U16x8 odd = OddBytes(entering) - OddBytes(leaving);
+    StoreVector(Load(columns->even + at) + even, columns->even + at);
+    StoreVector(Load(columns->pairs + at) + even + odd, columns->pairs + at);
 }
 
 // Inlined at both calls it would be half of the stage.
@@ -113,47 +114,61 @@ __attribute__((noinline)) void Slide(int32_t width, const uint8_t* entering, con
 // The means over the windows around a row's pixels.
 class WindowMeans {
   public:
-    WindowMeans(const Columns& columns, int32_t rows, const Normalize9x9Scratch& scratch)
-        : columns_(columns),
-          reciprocals_(scratch.reciprocals[rows - kMinCount]),
-          shift_(ShiftFor(rows)) {}
+    WindowMeans(const Columns& columns, int32_t rows) : columns_(columns), shift_(ShiftFor(rows)) {}
 
-    // Of sixteen pixels, from column 2 i on. The windows around an even column and the odd one after
-    // it have three pairs of columns in common.
-    U8x16 At(int32_t i) const {
+    // Of sixteen pixels, from column 2 i on. The window around an even column begins with four pairs of
+    // columns; the one around the odd column after it, too, but for the first of these columns.
+    U8x16 At(int32_t i, U16x16 reciprocals) const {
         const int32_t at = Normalize9x9Scratch::kEdge + i;
         const uint16_t* pairs = columns_.pairs + at;
-        const U16x8 common = Load(pairs - 1) + Load(pairs) + Load(pairs + 1);
-        const U16x16 sums = {common + Load(pairs - 2) + Load(columns_.even + at + 2),
-                             common + Load(pairs + 2) + Load(columns_.odd + at - 2)};
-        const U16x16 reciprocals = {Load(reciprocals_.even + i), Load(reciprocals_.odd + i)};
+        const U16x8 four = Load(pairs - 2) + Load(pairs - 1) + Load(pairs) + Load(pairs + 1);
+        const U16x16 sums = {four + Load(columns_.even + at + 2),
+                             four + Load(pairs + 2) - Load(columns_.even + at - 2)};
         return Join(MultiplyHigh(sums, reciprocals) >> shift_);
     }
 
   private:
     const Columns& columns_;
-    const Normalize9x9Scratch::Reciprocals& reciprocals_;
     int32_t shift_;
 };
 
-// Writes a row of means. The deviations from them enter their window, and those of the row kSide
-// above, in whose place they are kept, leave it.
-void WriteMeans(int32_t width, const WindowMeans& window, const uint8_t* pixels, uint8_t* means,
-                uint8_t* deviations, Columns* deviationColumns) {
-    for (int32_t i = 0; 2 * i < width; i += kVectorBytes / 2) {
+// Calls work(i, reciprocals) for each sixteen columns, from column 2 i on. All but those at either
+// end of a row divide by the same.
+template <class Work>
+QORFP_INLINE void ForEachWindow(int32_t width, int32_t rows, const Normalize9x9Scratch& scratch,
+                                Work work) {
+    constexpr int32_t kStep = kVectorBytes / 2;
+    const Normalize9x9Scratch::Reciprocals& row = scratch.reciprocals[rows - kMinCount];
+    const int32_t endOfInner = (width - kReach) / kVectorBytes * kStep;
+    for (int32_t i = 0; 2 * i < width;) {
+        const U16x16 reciprocals = {Load(row.even + i), Load(row.odd + i)};
+        const int32_t end = i == kStep ? Max(endOfInner, 2 * kStep) : i + kStep;
+        do {
+            work(i, reciprocals);
+            i += kStep;
+        } while (i < end);
+    }
+}
+
+// Writes a row of means, over windows of as many rows. The deviations from them enter their window,
+// and those of the row kSide above, in whose place they are kept, leave it.
+void WriteMeans(int32_t width, int32_t rows, const uint8_t* pixels, uint8_t* means,
+                uint8_t* deviations, Normalize9x9Scratch* scratch) {
+    const WindowMeans window(scratch->pixelColumns, rows);
+    ForEachWindow(width, rows, *scratch, [=, &window](int32_t i, U16x16 reciprocals) {
         const U8x16 here = LoadVector<U8x16>(pixels + 2 * i);
-        const U8x16 mean = window.At(i);
+        const U8x16 mean = window.At(i, reciprocals);
         const U8x16 deviation = Greatest(mean, here) - Least(mean, here);
         const U8x16 leaving = LoadVector<U8x16>(deviations + 2 * i);
         StoreVector(mean, means + 2 * i);
         StoreVector(deviation, deviations + 2 * i);
-        SlideAt(i, deviation, leaving, deviationColumns);
-    }
+        SlideAt(i, deviation, leaving, &scratch->deviationColumns);
+    });
 }
 
 // --- Stretch --------------------------------------------------------------------------------
 
-// 255 / range in 1/256, rounded up.
+// 255 / range in 1/256, rounded up; of 0, 0.
 struct RangeReciprocals {
     uint16_t at[256];
 };
@@ -167,7 +182,7 @@ constexpr RangeReciprocals MakeRangeReciprocals() {
 }
 constexpr RangeReciprocals kRangeReciprocals = MakeRangeReciprocals();
 
-// 255 x inside / range, for inside <= range and range > 0.
+// 255 x inside / range, for inside <= range; 0 where both are 0.
 U16x8 Stretch(U16x8 inside, U16x8 range, U16x8 reciprocal) {
     const U16x8 inside256 = inside << 8;
     const U16x8 estimate = MultiplyHigh(inside256, reciprocal);  // the quotient, or one more
@@ -189,33 +204,41 @@ constexpr bool EstimatesAreCloseEnough() {
 }
 static_assert(EstimatesAreCloseEnough(), "the sign of the rest tells which");
 
-// For each pixel the range of its band, and where in it the pixel lies.
-void FindRanges(int32_t width, const uint8_t* pixels, const uint8_t* means,
-                const WindowMeans& window, uint8_t* ranges, uint8_t* insides) {
-    for (int32_t i = 0; 2 * i < width; i += kVectorBytes / 2) {
+// For each pixel the range of its band, which is 0 where there is no deviation, and where in it the
+// pixel lies.
+void FindRanges(int32_t width, int32_t rows, const uint8_t* pixels, const uint8_t* means,
+                Normalize9x9Scratch* scratch) {
+    const WindowMeans window(scratch->deviationColumns, rows);
+    ForEachWindow(width, rows, *scratch, [=, &window](int32_t i, U16x16 reciprocals) {
         const U8x16 here = LoadVector<U8x16>(pixels + 2 * i);
         const U8x16 mean = LoadVector<U8x16>(means + 2 * i);
-        const U8x16 deviation = window.At(i);
-        const U8x16 down = Least(mean, deviation);
-        const U8x16 range = down + Least(~mean, deviation);  // ~mean is 255 - mean
-        const U8x16 low = mean - down;
-        const U8x16 inside = Least(Greatest(here, low) - low, range);
-        // A flat neighbourhood keeps its pixel: that is stretched from 0..255 to 0..255.
-        const U8x16 isFlat = AsLanes<U8x16>(range == 0);
-        StoreVector(range | isFlat, ranges + 2 * i);
-        StoreVector(inside | (here & isFlat), insides + 2 * i);
-    }
+        const U8x16 deviation = window.At(i, reciprocals);
+        const U8x16 low = SubtractToZero(mean, deviation);
+        const U8x16 range = AddTo255(mean, deviation) - low;
+        StoreVector(range, scratch->ranges + 2 * i);
+        StoreVector(Least(SubtractToZero(here, low), range), scratch->insides + 2 * i);
+    });
 }
 
-void StretchRow(int32_t width, const uint8_t* ranges, const uint8_t* insides, uint8_t* out) {
+// A loop of its own: the ranges are looked up as bytes, which had to wait for them if they had been
+// stored just before. A flat neighbourhood keeps its pixel; often whole vectors are flat.
+void StretchRow(int32_t width, const uint8_t* pixels, const Normalize9x9Scratch& scratch,
+                uint8_t* out) {
     for (int32_t x = 0; x < width; x += kVectorBytes) {
-        const U16x16 range = Split(LoadVector<U8x16>(ranges + x));
-        const U16x16 inside = Split(LoadVector<U8x16>(insides + x));
-        const uint16_t* reciprocals = kRangeReciprocals.at;
-        StoreVector(
-            Join({Stretch(inside.low, range.low, LookUpEight<2>(reciprocals, ranges + x)),
-                  Stretch(inside.high, range.high, LookUpEight<2>(reciprocals, ranges + x + 1))}),
-            out + x);
+        const uint8_t* at = scratch.ranges + x;
+        const U8x16 ranges = LoadVector<U8x16>(at);
+        const U8x16 isFlat = AsLanes<U8x16>(ranges == U8x16{});
+        U8x16 result = LoadVector<U8x16>(pixels + x);
+        if (!HasAll(isFlat)) {
+            const U16x16 range = Split(ranges);
+            const U16x16 inside = Split(LoadVector<U8x16>(scratch.insides + x));
+            const uint16_t* table = kRangeReciprocals.at;
+            const U16x16 stretched = {
+                Stretch(inside.low, range.low, LookUpEight<2>(table, at)),
+                Stretch(inside.high, range.high, LookUpEight<2>(table, at + 1))};
+            result = Join(stretched) | (result & isFlat);
+        }
+        StoreVector(result, out + x);
     }
 }
 
@@ -255,21 +278,17 @@ void qorfp::Normalize9x9(int32_t width, int32_t height, const uint8_t* source, u
         Slide(width, entering, leaving, &scratch->pixelColumns);
         const int32_t meanY = y - kReach;
         if (isInside(meanY)) {
-            const WindowMeans window(scratch->pixelColumns, CountAround(meanY, height), *scratch);
-            uint8_t* deviations = scratch->deviations[meanY % kSide];
-            WriteMeans(width, window, pixelRow(meanY), scratch->means[meanY % kSide], deviations,
-                       &scratch->deviationColumns);
+            WriteMeans(width, CountAround(meanY, height), pixelRow(meanY),
+                       scratch->means[meanY % kSide], scratch->deviations[meanY % kSide], scratch);
         } else if (meanY >= kSide) {
             Slide(width, scratch->emptyRow, scratch->deviations[meanY % kSide],
                   &scratch->deviationColumns);
         }
         const int32_t outY = meanY - kReach;
         if (isInside(outY)) {
-            const WindowMeans window(scratch->deviationColumns, CountAround(outY, height),
-                                     *scratch);
-            FindRanges(width, pixelRow(outY), scratch->means[outY % kSide], window, scratch->ranges,
-                       scratch->insides);
-            StretchRow(width, scratch->ranges, scratch->insides, isWhole ? out : scratch->out);
+            FindRanges(width, CountAround(outY, height), pixelRow(outY),
+                       scratch->means[outY % kSide], scratch);
+            StretchRow(width, pixelRow(outY), *scratch, isWhole ? out : scratch->out);
             if (!isWhole) {
                 memcpy(out, scratch->out, rowBytes);
             }

@@ -13,8 +13,8 @@ namespace qorfp {
 constexpr int32_t kReachOf9x9 = 4;
 constexpr int32_t kSideOf9x9 = 2 * kReachOf9x9 + 1;
 
-/// Scratch of Normalize9x9. Numbers of columns are kept apart for the even and the odd ones, as they
-/// come out of vectors of bytes.
+/// Scratch of Normalize9x9. Numbers of columns are kept apart for the even and the odd ones, or the two
+/// together, as they come out of vectors of bytes.
 struct Normalize9x9Scratch {
     static constexpr int32_t kMaxWidth = 512;
     static constexpr int32_t kPairs = kMaxWidth / 2;
@@ -27,7 +27,6 @@ struct Normalize9x9Scratch {
     /// Sums of the columns of a window that slides down the image, at most 9 x 255.
     struct Columns {
         uint16_t even[kEdge + kPairs + kEdge];
-        uint16_t odd[kEdge + kPairs + kEdge];
         uint16_t pairs[kEdge + kPairs + kEdge];  // of an even column and the odd one after it
     };
 

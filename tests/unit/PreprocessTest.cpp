@@ -326,6 +326,30 @@ TEST(NormalizeImage, EqualsModel) {
     }
 }
 
+TEST(NormalizeImage, EqualsModelWhereFlatGroundMeetsRidges) {
+    // Flat grounds of several sizes between vectors with and without a deviation, and single pixels
+    // off the ground, some of which leave the mean deviation below 1.
+    Grid image(103, 61);
+    uint32_t state = 20261121;
+    for (int32_t y = 0; y < image.height; ++y) {
+        for (int32_t x = 0; x < image.width; ++x) {
+            state = state * 1664525 + 1013904223;
+            const uint32_t random = state >> 16;
+            const bool isRidges = (x / 40 + y / 25) % 2 == 0;
+            const uint32_t ground = x < 60 ? 255 : 7;
+            const uint32_t grey = isRidges            ? random % 256
+                                  : random % 400 == 0 ? random / 400
+                                                      : ground;
+            image.At(x, y) = static_cast<uint8_t>(grey % 256);
+        }
+    }
+    const Grid expected = model::NormalizeImage(image, 4, 4);
+    WorkBuffer buffer;
+    WithEachFill(buffer, [&](WorkBuffer& work) {
+        ASSERT_EQ(FirstDifference(expected, Normalize(work, image, 4, 4)), "");
+    });
+}
+
 TEST(NormalizeImage, EqualsModelForOtherRadii) {
     const uint64_t seed = testsupport::Seed();
     SCOPED_TRACE(testsupport::SeedNote(seed));

@@ -113,6 +113,25 @@ TEST(Vector, ComparesBytesWithoutSign) {
                               255, 255, 128, 128, 1, 200, 10, 10}));
 }
 
+TEST(Vector, StopsAtTheEndsOfABytesRange) {
+    const U8x16 a = {0, 255, 127, 128, 1, 200, 9, 0, 0, 255, 127, 254, 1, 200, 9, 10};
+    const U8x16 b = {255, 0, 128, 127, 1, 100, 10, 0, 1, 255, 129, 1, 255, 55, 3, 246};
+    EXPECT_EQ(LanesOf<uint8_t>(qorfp::SubtractToZero(a, b)),
+              (Lanes<uint8_t>{0, 255, 0, 1, 0, 100, 0, 0, 0, 0, 0, 253, 0, 145, 6, 0}));
+    EXPECT_EQ(LanesOf<uint8_t>(qorfp::AddTo255(a, b)),
+              (Lanes<uint8_t>{255, 255, 255, 255, 2, 255, 19, 0,  //
+                              1, 255, 255, 255, 255, 255, 12, 255}));
+}
+
+TEST(Vector, KnowsWhetherAllLanesAreTrue) {
+    EXPECT_TRUE(qorfp::HasAll(~U8x16{}));
+    for (size_t lane = 0; lane < 16; ++lane) {
+        U8x16 mask = ~U8x16{};
+        mask[lane] = 0;
+        EXPECT_FALSE(qorfp::HasAll(mask)) << lane;
+    }
+}
+
 TEST(Vector, KnowsWhetherAnyLaneIsSet) {
     EXPECT_FALSE(qorfp::HasAny(U8x16{}));
     for (size_t lane = 0; lane < 16; ++lane) {
