@@ -59,6 +59,7 @@ TEST_F(TemplateCacheTest, FindsAgainWhatWasStored) {
         cache.Store(1, MakeExtraction(60, 5));
         cache.Store(2, Extraction());
         EXPECT_FALSE(cache.Find(3).has_value());
+        EXPECT_FALSE(cache.Find(1).has_value()) << "of this run, which finds nothing of its own";
     }
     EXPECT_EQ(std::filesystem::file_size(path_), 2 * kRecordBytes);
     const TemplateCache cache(path_);

@@ -7,6 +7,7 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
+#include <map>
 #include <utility>
 
 #include "tools/qorfp/FileIo.h"
@@ -22,6 +23,7 @@ constexpr size_t kMostFaultsTold = 10;
 
 struct Loaded {
     Extraction extraction;
+    uint64_t key = 0;   // the same for the same image
     std::string fault;  // not empty: no usable image
     bool isFromCache = false;
 };
@@ -30,35 +32,54 @@ Loaded LoadOne(WorkEngine& engine, const std::string& path, const ImageOptions& 
                TemplateCache& cache) {
     Loaded loaded;
     try {
-        const uint64_t key = TemplateCache::KeyOf(ReadFile(path), options);
-        if (const std::optional<Extraction> known = cache.Find(key)) {
-            return {*known, "", true};
+        loaded.key = TemplateCache::KeyOf(ReadFile(path), options);
+        if (const std::optional<Extraction> known = cache.Find(loaded.key)) {
+            loaded.extraction = *known;
+            loaded.isFromCache = true;
+            return loaded;
         }
         loaded.extraction = engine.Extract(LoadFinger(path, options));
-        cache.Store(key, loaded.extraction);
+        cache.Store(loaded.key, loaded.extraction);
     } catch (const ToolError& fault) {
         loaded.fault = fault.what();
     }
     return loaded;
 }
 
-void TellFindings(const std::vector<Loaded>& all, size_t otherFiles, const std::string& folder) {
-    size_t faults = 0;
+/// Warnings, of which the first ones are told and the others counted.
+void TellWarnings(const std::vector<std::string>& warnings, const std::string& outcome) {
+    for (size_t i = 0; i < warnings.size() && i < kMostFaultsTold; ++i) {
+        PrintNotice("warning: " + warnings[i] + "; " + outcome);
+    }
+    if (warnings.size() > kMostFaultsTold) {
+        PrintNotice("warning: " + CountText(warnings.size() - kMostFaultsTold, "more file") + " " +
+                    outcome);
+    }
+}
+
+void TellFindings(const std::vector<Loaded>& all, const CaptureFolder& found,
+                  const std::string& folder) {
+    std::vector<std::string> faults;
+    std::vector<std::string> copies;  // a capture that was copied makes every rate look better
+    std::map<uint64_t, size_t> firsts;
     size_t known = 0;
-    for (const Loaded& loaded : all) {
-        known += loaded.isFromCache ? 1 : 0;
-        if (loaded.fault.empty()) {
+    for (size_t i = 0; i < all.size(); ++i) {
+        known += all[i].isFromCache ? size_t{1} : size_t{0};
+        if (!all[i].fault.empty()) {
+            faults.push_back(all[i].fault);
             continue;
         }
-        if (++faults <= kMostFaultsTold) {
-            PrintNotice("warning: " + loaded.fault + "; skipped");
+        const auto [first, isNew] = firsts.emplace(all[i].key, i);
+        if (!isNew) {
+            copies.push_back(found.captures[i].path + " is the same file as " +
+                             found.captures[first->second].name);
         }
     }
-    if (faults > kMostFaultsTold) {
-        PrintNotice("warning: " + CountText(faults - kMostFaultsTold, "more file") + " skipped");
-    }
-    if (otherFiles > 0) {
-        PrintNotice("note: " + folder + ": " + CountText(otherFiles, "other file") + " ignored");
+    TellWarnings(faults, "skipped");
+    TellWarnings(copies, "compared nevertheless");
+    if (found.otherFiles > 0) {
+        PrintNotice("note: " + folder + ": " + CountText(found.otherFiles, "other file") +
+                    " ignored");
     }
     if (known > 0) {
         PrintNotice("note: " + CountText(known, "extraction") + " known from an earlier run");
@@ -102,7 +123,7 @@ FingerSet LoadFingerSet(const FingerSetOptions& options) {
     RunSteps("Extracting", all.size(), options.threads, [&](WorkEngine& engine, size_t i) {
         all[i] = LoadOne(engine, found.captures[i].path, options.imageOptions, cache);
     });
-    TellFindings(all, found.otherFiles, options.folder);
+    TellFindings(all, found, options.folder);
     FingerSet set;
     for (size_t i = 0; i < all.size(); ++i) {
         if (all[i].fault.empty()) {

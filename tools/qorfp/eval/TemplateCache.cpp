@@ -113,7 +113,6 @@ uint64_t TemplateCache::KeyOf(const Bytes& file, const ImageOptions& options) {
 }
 
 std::optional<Extraction> TemplateCache::Find(uint64_t key) const {
-    const std::lock_guard<std::mutex> lock(mutex_);
     const auto found = known_.find(key);
     return found != known_.end() ? std::optional<Extraction>(found->second) : std::nullopt;
 }
@@ -126,12 +125,11 @@ void TemplateCache::Store(uint64_t key, const Extraction& extraction) {
         std::copy(extraction.bytes.begin(), extraction.bytes.end(), record.begin() + kTemplateAt);
     }
     WriteWord(record.data() + kHashAt, HashOf(record));
-    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::lock_guard<std::mutex> lock(end_);
     // One call, so that a program that is killed leaves whole records.
     if (write(file_, record.data(), kRecordBytes) != static_cast<ssize_t>(kRecordBytes)) {
         throw ToolError(path_, errno != 0 ? std::strerror(errno) : "cannot be written");
     }
-    known_[key] = extraction;
 }
 
 }  // namespace qorfp::cli

@@ -29,7 +29,7 @@ class TemplateCache {
     /// versions of library and tool.
     static uint64_t KeyOf(const Bytes& file, const ImageOptions& options);
 
-    /// What is known of it. May be called from several threads, as Store.
+    /// What was known of it when the file was opened. May be called from several threads, as Store.
     std::optional<Extraction> Find(uint64_t key) const;
     void Store(uint64_t key, const Extraction& extraction);
 
@@ -38,7 +38,7 @@ class TemplateCache {
 
     std::string path_;
     int file_ = -1;
-    mutable std::mutex mutex_;  // guards what follows, and the end of the file
+    std::mutex end_;  // guards the end of the file
     std::map<uint64_t, Extraction> known_;
 };
 
