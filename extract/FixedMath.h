@@ -42,6 +42,11 @@ QORFP_WRAPS constexpr int32_t WrapMul32(int32_t a, int32_t b) {
     return static_cast<int32_t>(static_cast<uint32_t>(a) * static_cast<uint32_t>(b));
 }
 
+/// a x b modulo 2^32.
+QORFP_WRAPS constexpr uint32_t WrapMul32(uint32_t a, uint32_t b) {
+    return a * b;
+}
+
 /// value << bits; what leaves the word is gone.
 QORFP_WRAPS constexpr uint32_t WrapShift32(uint32_t value, int32_t bits) {
     return value << bits;

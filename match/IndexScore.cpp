@@ -7,6 +7,10 @@
 // Most stored keys are like no probe key, and few like more than one. So each one first meets all
 // probe keys at once, as sets, and only what is left of them is compared in figures. A bucket holds
 // the keys near both of its values: the intersection of what is near either.
+//
+// How many sets and pairs are left cannot be foretold, and a processor that guesses it wrong loses more
+// time than a pair takes. So one queue serves all stored keys, and what is written to it counts only
+// when it is to stay.
 
 #include <stddef.h>
 #include <string.h>
@@ -37,12 +41,6 @@ StoredKey LoadKey(const uint8_t* packed) {
     const uint32_t low = uint32_t{packed[2]} | uint32_t{packed[3]} << 8;
     const uint32_t high = uint32_t{packed[4]} | uint32_t{packed[5]} << 8;  // and the key's number
     return {uint32_t{packed[0]} | uint32_t{packed[1]} << 8, low | high << 16};
-}
-
-// Only damaged templates hold other values.
-bool IsWellFormed(StoredKey key) {
-    return (key.turned & 31) < kTurnLevels && (key.turned >> 5 & 31) < kTurnLevels &&
-           (key.turned >> 10 & 31) < kTurnLevels;
 }
 
 // --- Which probe keys agree with a stored key ----------------------------------------------------
@@ -79,47 +77,42 @@ Sets AgreeingSlots(const ProbeSets& sets, StoredKey key, int32_t slot) {
            RowAt(sets.distant[slot], RowOfC(key, slot));
 }
 
-// The probe keys of which both slots of a plane's pair agree with a pair of stored slots, by plane.
-Sets AgreeingPairs(Sets first, Sets second) {
-    // The first slots of the planes' pairs are 0 0 1, the second ones 1 2 2.
-    const U8x16 a = AsLanes<U8x16>(first);
-    const U8x16 b = AsLanes<U8x16>(second);
+// The sets of stored slot 1 as the first slot of a pair, and as the second.
+Sets AsFirst(Sets sets) {
+    const U8x16 a = AsLanes<U8x16>(sets);
     return AsLanes<Sets>(
-        QORFP_PICK_LANES(a, a, 0, 1, 2, 3, 0, 1, 2, 3, 4, 5, 6, 7, 12, 13, 14, 15) &
-        QORFP_PICK_LANES(b, b, 4, 5, 6, 7, 8, 9, 10, 11, 8, 9, 10, 11, 12, 13, 14, 15));
+        QORFP_PICK_LANES(a, a, 0, 1, 2, 3, 0, 1, 2, 3, 4, 5, 6, 7, 12, 13, 14, 15));
 }
 
-// Fills in the probe keys that agree with a stored key; false when there are none.
-bool FindLikeKeys(const ProbeSets& sets, StoredKey key, LikeKeys* like) {
+Sets AsSecond(Sets sets) {
+    const U8x16 a = AsLanes<U8x16>(sets);
+    return AsLanes<Sets>(
+        QORFP_PICK_LANES(a, a, 4, 5, 6, 7, 8, 9, 10, 11, 8, 9, 10, 11, 12, 13, 14, 15));
+}
+
+// Fills in the probe keys that agree with a stored key; gives the words that are not 0, as bits.
+uint32_t FindLikeKeys(const ProbeSets& sets, StoredKey key, LikeKeys* like) {
     const Sets slot0 = AgreeingSlots(sets, key, 0);
     const Sets slot1 = AgreeingSlots(sets, key, 1);
     const Sets slot2 = AgreeingSlots(sets, key, 2);
-    const Sets pairs01 = AgreeingPairs(slot0, slot1);
-    const Sets pairs02 = AgreeingPairs(slot0, slot2);
-    const Sets pairs12 = AgreeingPairs(slot1, slot2);
+    const Sets pairs01 = slot0 & AsSecond(slot1);
+    const Sets pairs02 = slot0 & slot2;
+    const Sets pairs12 = AsFirst(slot1) & slot2;
     StoreVector(pairs01, &like->pair[0]);
     StoreVector(pairs02, &like->pair[1]);
     StoreVector(pairs12, &like->pair[2]);
-    const Sets keys = {~KeySet{0}, ~KeySet{0}, ~KeySet{0}, 0};
-    return !IsZero((pairs01 | pairs02 | pairs12) & keys);
+    const I16x8 empty12 = AsLanes<I16x8>(pairs12 == 0);
+    const U8x16 low = NarrowMask(AsLanes<I16x8>(pairs01 == 0), AsLanes<I16x8>(pairs02 == 0));
+    const U8x16 high = NarrowMask(empty12, empty12);
+    return SetLanes(NarrowMask(AsLanes<I16x8>(low), AsLanes<I16x8>(high))) ^
+           (kSetWords | kCodeWords);
 }
 
 // --- How well they agree -------------------------------------------------------------------------
 
-// One of the nine ways in which two slots of a stored key can be two slots of a probe key.
-struct Pairing {
-    int32_t storedPair;  // as numbered in kPlaneSlots
-    int32_t plane;       // whose pair the probe's slots are
-};
-
-// The earlier one counts when two score alike. The first three relate like slots, the others make
-// up for a quadrant that is missing or dropped on one side.
-constexpr Pairing kPairings[kPairingCount] = {{0, 0}, {1, 1}, {2, 2}, {0, 1}, {0, 2},
-                                              {1, 0}, {1, 2}, {2, 0}, {2, 1}};
-
 // A partner with the score of the pair, as a number that is the greater the better: the score
 // (48..144) counts first, then the earlier pairing, then the lower number of the partner.
-int32_t Offer(int32_t score, int32_t pairing, int32_t partner) {
+constexpr int32_t Offer(int32_t score, int32_t pairing, int32_t partner) {
     return score * 512 + (15 - pairing) * 32 + (31 - partner);
 }
 
@@ -131,86 +124,114 @@ int32_t ScoreOf(int32_t offer) {
     return offer >> 9;
 }
 
-void OfferPair(IndexScoreScratch* scratch, int32_t stored, int32_t probe, int32_t pairing,
-               int32_t score) {
-    int32_t* storedBest = &scratch->storedBest[stored];
-    int32_t* probeBest = &scratch->probeBest[probe];
-    *storedBest = Max(*storedBest, Offer(score, pairing, probe));
-    *probeBest = Max(*probeBest, Offer(score, 0, stored));  // any pairing with the same key
+// The offers of two slots that do not differ by the word of the pairing's set, less their partner.
+// Of two pairings that score alike the earlier one counts. The first three relate like slots, the
+// others make up for a quadrant that is missing or dropped on one side.
+constexpr int32_t OfferOf(int32_t pairing) {
+    return Offer(2 * kSlotWorth, pairing, 0);
+}
+constexpr int32_t kPairingOffers[kLikeWords] = {
+    OfferOf(0), OfferOf(3), OfferOf(4), 0,   // stored slots 0 1 with those of each plane
+    OfferOf(5), OfferOf(1), OfferOf(6), 0,   // 0 2
+    OfferOf(7), OfferOf(8), OfferOf(2), 0};  // 1 2
+
+constexpr int32_t kBitCostInOffer = Offer(kBitCost, 0, 0) - Offer(0, 0, 0);
+
+void KeepGreater(int32_t* best, int32_t offer) {
+    *best = Max(*best, offer);
 }
 
 // Scores the pairs of a stored key that agree in all three slots, and takes them out of the sets of
 // like slots: these would find them again and score them lower, as each slot that agrees adds
-// something. Gives their probe keys.
-KeySet ScoreThreeSlots(IndexScoreScratch* scratch, int32_t stored) {
+// something.
+void ScoreThreeSlots(IndexScoreScratch* scratch, int32_t stored, KeySet found) {
     PairSets* pair = scratch->like[stored].pair;
     const ProbeSets& sets = scratch->sets;
-    // Who agrees in slots 0 and 1 and in slots 0 and 2 agrees in all.
-    const KeySet found = pair[0].plane[0] & pair[1].plane[1];
-    if (found == 0) {
-        return 0;
-    }
     for (KeySet left = found; left != 0; left &= left - 1) {
         const int32_t probe = __builtin_ctz(left);
         const int32_t cost = DifferingBits(pair[0].code & pair[1].code,
-                                           sets.code[0][0][probe] & sets.code[1][1][probe]);
-        OfferPair(scratch, stored, probe, 0, 3 * kSlotWorth - kBitCost * cost);
+                                           sets.code[0][probe] & sets.code[kPairWords + 1][probe]);
+        const int32_t score = 3 * kSlotWorth - kBitCost * cost;
+        KeepGreater(&scratch->storedBest[stored], Offer(score, 0, probe));
+        KeepGreater(&scratch->probeBest[probe], Offer(score, 0, stored));
     }
     for (int32_t i = 0; i < kPlanes; ++i) {
         pair[i].plane[i] &= ~found;
     }
-    return found;
 }
 
-// Adds the pairings by which a stored key meets probe keys to the list; gives its length. Most
-// pairings find nobody, and which ones do cannot be foretold: branches would cost more than they
-// save.
-size_t ListMeetings(IndexScoreScratch* scratch, int32_t stored, size_t length) {
-    for (int32_t i = 0; i < kPairingCount; ++i) {
-        const PairSets& sets = scratch->like[stored].pair[kPairings[i].storedPair];
-        const KeySet probes = sets.plane[kPairings[i].plane];
-        scratch->meetings[length] = {probes, static_cast<uint8_t>(stored), static_cast<uint8_t>(i)};
-        length += probes != 0 ? 1 : 0;
+// The words of like slots that hold no set, as bits.
+uint32_t EmptyLikeSlots(const LikeKeys& like) {
+    uint32_t words = 0;
+    for (int32_t i = 0; i < kPlanes; ++i) {
+        words |= uint32_t{like.pair[i].plane[i] == 0} << (i * kPairWords + i);
     }
-    return length;
+    return words;
 }
 
-// Scores the first pair of a meeting and takes it out; true when it was the last one.
-bool ScoreTwoSlots(IndexScoreScratch* scratch, Meeting* meeting) {
-    const Pairing& pairing = kPairings[meeting->pairing];
-    const int32_t probe = __builtin_ctz(meeting->probes);
-    const int32_t cost =
-        DifferingBits(scratch->like[meeting->stored].pair[pairing.storedPair].code,
-                      scratch->sets.code[pairing.storedPair][pairing.plane][probe]);
-    const KeySet rest = meeting->probes & (meeting->probes - 1);
-    meeting->probes = rest;
-    OfferPair(scratch, meeting->stored, probe, meeting->pairing, 2 * kSlotWorth - kBitCost * cost);
-    return rest == 0;
-}
+// An entry of the queue: a stored key, and words of it that hold sets, as bits.
+constexpr int32_t kStoredShift = 16;
+constexpr uint32_t kQueueMask = kQueueLength - 1;
+static_assert((kQueueLength & kQueueMask) == 0 && kQueueLength > kMaxStoredKeys, "a ring");
 
-// Scores all pairs with the stored keys whose bits are set; gives their probe keys.
-KeySet ScorePairs(IndexScoreScratch* scratch, const uint8_t* packedKeys, uint32_t storedKeys) {
-    KeySet probes = 0;
-    size_t meetings = 0;
-    for (; storedKeys != 0; storedKeys &= storedKeys - 1) {
-        const int32_t stored = __builtin_ctz(storedKeys);
-        if (IsWellFormed(LoadKey(packedKeys + stored * kPackedKeyBytes))) {
-            scratch->storedBest[stored] = 0;
-            probes |= ScoreThreeSlots(scratch, stored);
-            meetings = ListMeetings(scratch, stored, meetings);
+// Scores all pairs that agree in three slots with the stored keys in the queue, and leaves in it the
+// keys that agree in two with any. Gives their number; adds to the probe keys.
+uint32_t ScoreAgreeingKeys(IndexScoreScratch* scratch, uint32_t count, KeySet* probes) {
+    uint32_t kept = 0;
+    for (uint32_t i = 0; i < count; ++i) {
+        uint32_t entry = scratch->queue[i];
+        if ((entry & kCodeWords) != kCodeWords) {
+            continue;  // only damaged templates hold values that there are not
         }
+        const int32_t stored = static_cast<int32_t>(entry >> kStoredShift);
+        const PairSets* const pair = scratch->like[stored].pair;
+        scratch->storedBest[stored] = 0;
+        // Who agrees in slots 0 and 1 and in slots 0 and 2 agrees in all.
+        const KeySet found = pair[0].plane[0] & pair[1].plane[1];
+        if (found != 0) {
+            *probes |= found;
+            ScoreThreeSlots(scratch, stored, found);
+            entry &= ~EmptyLikeSlots(scratch->like[stored]);
+        }
+        scratch->queue[kept] = entry & ~kCodeWords;
+        kept += (entry & kSetWords) != 0 ? 1 : 0;
     }
-    for (size_t i = 0; i < meetings;) {
-        probes |= scratch->meetings[i].probes;
-        i += ScoreTwoSlots(scratch, &scratch->meetings[i]) ? 1U : 0U;
+    return kept;
+}
+
+// Scores all pairs that agree in two slots; gives their probe keys.
+KeySet ScoreAgreeingPairs(IndexScoreScratch* scratch, uint32_t count) {
+    constexpr int32_t kHighestOffer = Offer(2 * kSlotWorth, 0, 0);  // any pairing with the same key
+    const uint32_t* const words = reinterpret_cast<const uint32_t*>(scratch->like);
+    KeySet probes = 0;
+    uint32_t end = count;
+    for (uint32_t i = 0; i != end; ++i) {
+        const uint32_t entry = scratch->queue[i & kQueueMask];
+        const int32_t stored = static_cast<int32_t>(entry >> kStoredShift);
+        const int32_t pairing = __builtin_ctz(entry);
+        const int32_t word = stored * kLikeWords + pairing;  // the code is its pair's last
+        const uint32_t code = words[word | kPlanes];
+        KeySet left = words[word];
+        probes |= left;
+        do {  // for most sets once
+            const int32_t probe = __builtin_ctz(left);
+            const int32_t cost =
+                kBitCostInOffer * FewDifferingBits(code, scratch->sets.code[pairing][probe]);
+            KeepGreater(&scratch->storedBest[stored], kPairingOffers[pairing] - cost - probe);
+            KeepGreater(&scratch->probeBest[probe], kHighestOffer - cost - stored);
+            left &= left - 1;
+        } while (__builtin_expect(left != 0, 0));
+        const uint32_t rest = entry & (entry - 1);
+        scratch->queue[end & kQueueMask] = rest;
+        end += (rest & kSetWords) != 0 ? 1 : 0;
     }
     return probes;
 }
 
 // --- The score of a candidate --------------------------------------------------------------------
 
-// Collects the probe keys that are preferred by the stored key that they prefer, with the rotation
-// between the two, in order; gives their number. Leaves no offers to probe keys.
+// Collects the probe keys that are preferred by the stored key that they prefer, with the directions
+// of the two, in order; gives their number. Leaves no offers to probe keys.
 int32_t FindMutualPairs(IndexWorkspace* work, const uint8_t* packedKeys, KeySet probes) {
     IndexScoreScratch* scratch = &work->score;
     int32_t pairs = 0;
@@ -218,8 +239,8 @@ int32_t FindMutualPairs(IndexWorkspace* work, const uint8_t* packedKeys, KeySet 
         const int32_t probe = __builtin_ctz(probes);
         const int32_t offer = scratch->probeBest[probe];
         const int32_t stored = PartnerOf(offer);
-        const int32_t direction = packedKeys[stored * kPackedKeyBytes + 6];
-        scratch->rotation[pairs] = WrapAngle240(work->keys[probe].direction - direction);
+        scratch->probeDirection[pairs] = work->keys[probe].direction;
+        scratch->storedDirection[pairs] = packedKeys[stored * kPackedKeyBytes + 6];
         scratch->sum[pairs] = ScoreOf(offer);
         pairs += PartnerOf(scratch->storedBest[stored]) == probe ? 1 : 0;
         scratch->probeBest[probe] = 0;
@@ -227,28 +248,51 @@ int32_t FindMutualPairs(IndexWorkspace* work, const uint8_t* packedKeys, KeySet 
     return pairs;
 }
 
-// For rotations of 0..239.
-bool IsNear(int32_t rotation, int32_t centre) {
-    const int32_t difference = Absolute(rotation - centre);
-    return Min(difference, kTurn - difference) < kClusterWidth;
+U8x16 EveryByte(uint8_t value) {
+    return value + U8x16{};
+}
+
+// Of any bytes as directions.
+U8x16 Wrap(U8x16 directions) {
+    return Least(directions, directions - kTurn);
+}
+
+U8x16 RotationsBetween(const uint8_t* probeDirections, const uint8_t* storedDirections) {
+    const U8x16 probe = Wrap(LoadVector<U8x16>(probeDirections));
+    const U8x16 stored = Wrap(LoadVector<U8x16>(storedDirections));
+    return probe - stored + (AsLanes<U8x16>(probe < stored) & kTurn);
+}
+
+// The rotations that are near a centre, as bits.
+uint32_t FindNear(U8x16 rotations, U8x16 centre) {
+    const U8x16 way = Greatest(rotations, centre) - Least(rotations, centre);
+    const U8x16 distance = Least(way, kTurn - way);
+    return SetLanes(AsLanes<U8x16>(Least(distance, EveryByte(kClusterWidth)) != kClusterWidth));
 }
 
 // Sums scores by rotation; gives the largest sum. A rotation joins the first cluster near enough,
 // whose centre stays, or opens one. A cluster goes by the number of the pair that opened it.
 int32_t BestClusterSum(IndexScoreScratch* scratch, int32_t pairs) {
+    const bool areMany = pairs > kVectorBytes;
+    const U8x16 rotations = RotationsBetween(scratch->probeDirection, scratch->storedDirection);
+    U8x16 more = {};
+    StoreVector(rotations, scratch->rotation);
+    if (areMany) {
+        more = RotationsBetween(scratch->probeDirection + kVectorBytes,
+                                scratch->storedDirection + kVectorBytes);
+        StoreVector(more, scratch->rotation + kVectorBytes);
+    }
     uint32_t clusters = 0;  // as bits
     int32_t best = 0;
     for (int32_t i = 0; i < pairs; ++i) {
-        // Earlier pairs as bits, moved up one by one: clang would do shifts by j for several pairs
-        // at once, by way of floating point.
-        uint32_t near = 0;
-        for (int32_t j = i - 1; j >= 0; --j) {
-            near = near << 1 | uint32_t{IsNear(scratch->rotation[i], scratch->rotation[j])};
+        const U8x16 centre = EveryByte(scratch->rotation[i]);
+        uint32_t near = FindNear(rotations, centre);
+        if (areMany) {
+            near |= FindNear(more, centre) << kVectorBytes;
         }
         near &= clusters;
-        const uint32_t self = uint32_t{1} << i;
-        clusters |= near == 0 ? self : 0;
-        const int32_t cluster = __builtin_ctz(near | self);
+        clusters |= uint32_t{near == 0} << i;
+        const int32_t cluster = __builtin_ctz(near | uint32_t{1} << i);
         const int32_t score = scratch->sum[i];
         scratch->sum[i] = 0;
         scratch->sum[cluster] += score;
@@ -264,14 +308,25 @@ int32_t ScoreOfArea(IndexWorkspace* work, const uint8_t* area) {
     }
     const uint8_t* packedKeys = area + 2;
     IndexScoreScratch* scratch = &work->score;
-    uint32_t storedKeys = 0;  // those that agree with a probe key, as bits
+    uint32_t likeKeys = 0;
     for (int32_t stored = 0; stored < count; ++stored) {
         const StoredKey key = LoadKey(packedKeys + stored * kPackedKeyBytes);
-        const bool hasAny = FindLikeKeys(scratch->sets, key, &scratch->like[stored]);
-        storedKeys |= uint32_t{hasAny} << stored;
+        const uint32_t words = FindLikeKeys(scratch->sets, key, &scratch->like[stored]);
+        scratch->queue[likeKeys] = static_cast<uint32_t>(stored) << kStoredShift | words;
+        likeKeys += (words & kSetWords) != 0 ? 1 : 0;
     }
-    const KeySet probes = ScorePairs(scratch, packedKeys, storedKeys);
+    KeySet probes = 0;
+    const uint32_t agreeing = ScoreAgreeingKeys(scratch, likeKeys, &probes);
+    probes |= ScoreAgreeingPairs(scratch, agreeing);
     return BestClusterSum(scratch, FindMutualPairs(work, packedKeys, probes));
+}
+
+// Has an area brought near the processor, while earlier ones are scored.
+void Fetch(const uint8_t* area) {
+    constexpr int32_t kCacheLine = 64;
+    for (int32_t byte = 0; byte < kIndexBytes; byte += kCacheLine) {
+        __builtin_prefetch(area + byte);
+    }
 }
 
 // Scores n candidates; `areaOf(i)` gives the index area of candidate i.
@@ -289,7 +344,11 @@ int32_t ScoreAll(uint8_t* work, int32_t n, int32_t* scores, AreaOf areaOf) {
     }
     const bool isSound = MakeProbeSets(*index, &index->score.sets);
     memset(index->score.probeBest, 0, sizeof(index->score.probeBest));
+    memset(index->score.probeDirection, 0, sizeof(index->score.probeDirection));
+    memset(index->score.storedDirection, 0, sizeof(index->score.storedDirection));
+    constexpr int32_t kAhead = 4;  // memory answers in less time than these are scored
     for (int32_t i = 0; i < n; ++i) {
+        Fetch(areaOf(Min(i + kAhead, n - 1)));
         scores[i] = isSound ? ScoreOfArea(index, areaOf(i)) : 0;
     }
     return 0;

@@ -58,13 +58,21 @@ static_assert(kMaxWorkKeys <= 32, "a bit for each key");
 constexpr int32_t kPackedTurns = 32;   ///< values that the 5 bits of a packed a value can have
 constexpr int32_t kPackedValues = 16;  ///< and the 4 bits of a b or c value
 
-/// The probe keys of which a slot agrees with a value of a stored slot, by their slot; and the code
-/// of that value (SlotCode.h). The intersection of such rows, word by word, is the same for all of
-/// the values.
+/// The probe slot of each set in a stored slot's rows. Slot 0 is the first of every pair that it is in,
+/// and slot 2 the second: their sets stand where the planes' pairs have that slot. Slot 1 is both.
+constexpr int32_t kRowSlots[kKeySlots][kPlanes] = {{0, 0, 1}, {0, 1, 2}, {1, 2, 2}};
+
+/// The probe keys of which a slot agrees with a value of a stored slot, by their slot as in
+/// kRowSlots; and the code of that value (SlotCode.h), 0 where no value is. The intersection of such
+/// rows, word by word, is the same for all of the values.
 struct SlotSets {
-    KeySet slot[kKeySlots];
+    KeySet set[kPlanes];
     uint32_t code;
 };
+
+constexpr int32_t kPairWords = kPlanes + 1;             ///< of a PairSets
+constexpr int32_t kLikeWords = kKeySlots * kPairWords;  ///< of a LikeKeys
+constexpr int32_t kKeyPlaces = 32;                      ///< for keys; kMaxWorkKeys are used
 
 /// The probe's keys as sets, so that a stored key meets all of them at once.
 struct ProbeSets {
@@ -72,8 +80,9 @@ struct ProbeSets {
     SlotSets placed[kKeySlots][kPackedValues];   ///< and its b
     SlotSets distant[kKeySlots][kPackedValues];  ///< and its c
 
-    /// Code of each key's slots of a plane's pair, where a pair of stored slots has its own.
-    uint32_t code[kPlanes][kPlanes][kMaxWorkKeys];
+    /// Code of each key's slots of a plane's pair, where a pair of stored slots has its own; by the
+    /// word that has the set of this pairing in a LikeKeys.
+    uint32_t code[kLikeWords][kKeyPlaces];
 };
 
 /// The probe keys that agree with a pair of stored slots, by the plane of their pair; and the code
@@ -84,18 +93,15 @@ struct PairSets {
 };
 
 /// The probe keys that agree with a stored key in two slots, by its pair, numbered like the planes.
+/// Its words are numbered, too: 4 x pair + plane are the sets, 4 x pair + 3 the codes.
 struct LikeKeys {
-    PairSets pair[kPlanes];
+    PairSets pair[kKeySlots];
 };
 
-constexpr int32_t kPairingCount = kPlanes * kPlanes;  ///< of pairs of stored slots with planes
+constexpr uint32_t kSetWords = 0x777;  ///< as bits
+constexpr uint32_t kCodeWords = 0x888;
 
-/// A stored key, and the probe keys that it meets by a pairing.
-struct Meeting {
-    KeySet probes;
-    uint8_t stored;
-    uint8_t pairing;
-};
+constexpr uint32_t kQueueLength = 32;  ///< a power of two above kMaxStoredKeys
 
 /// Scratch of the index scores.
 struct IndexScoreScratch {
@@ -103,13 +109,15 @@ struct IndexScoreScratch {
 
     // Of one candidate. What stands by stored key says something of keys with partners only.
     LikeKeys like[kMaxStoredKeys];
-    Meeting meetings[kMaxStoredKeys * kPairingCount + 1];  ///< and one that does not count
+    uint32_t queue[kQueueLength];        ///< stored keys with words of theirs
     int32_t storedBest[kMaxStoredKeys];  ///< best partner of each stored key with its score
     int32_t probeBest[kMaxWorkKeys];     ///< of each probe key; 0 between candidates
 
-    // Of its mutual pairs, and one that does not count.
-    int32_t rotation[kMaxWorkKeys + 1];  ///< 0..239
-    int32_t sum[kMaxWorkKeys + 1];       ///< score of a pair, then of the cluster that it opened
+    // Of its mutual pairs, and one that does not count. Vectors are read, of which the ends are not used.
+    uint8_t probeDirection[kKeyPlaces];
+    uint8_t storedDirection[kKeyPlaces];
+    uint8_t rotation[kKeyPlaces];   ///< 0..239
+    int32_t sum[kMaxWorkKeys + 1];  ///< score of a pair, then of the cluster that it opened
 };
 
 /// The keys and planes survive from ISetIndex to the following index scores, up to the next other

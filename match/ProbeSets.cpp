@@ -74,27 +74,28 @@ void ClearRows(ProbeSets* sets) {
     }
 }
 
-// Adds a key to the rows of every value near enough to its slot's own.
-void AddNear(int32_t value, int32_t tolerance, int32_t slot, KeySet key,
+// Adds a key to a set in the rows of every value near enough to its own.
+void AddNear(int32_t value, int32_t tolerance, int32_t place, KeySet key,
              SlotSets rows[kPackedValues]) {
     const int32_t last = Min(value + tolerance, kPackedValues - 1);
     for (int32_t near = Max(value - tolerance, 0); near <= last; ++near) {
-        rows[near].slot[slot] |= key;
+        rows[near].set[place] |= key;
     }
 }
 
 void FillRows(const IndexWorkspace& index, const NearTurns& near, ProbeSets* sets) {
     for (int32_t storedSlot = 0; storedSlot < kKeySlots; ++storedSlot) {
-        for (int32_t slot = 0; slot < kKeySlots; ++slot) {
+        for (int32_t place = 0; place < kPlanes; ++place) {
+            const int32_t slot = kRowSlots[storedSlot][place];
             for (int32_t a = 0; a < kTurnLevels; ++a) {
-                sets->turned[storedSlot][a].slot[slot] = near.slot[slot][a];
+                sets->turned[storedSlot][a].set[place] = near.slot[slot][a];
             }
             for (int32_t k = 0; k < index.keyCount; ++k) {
                 const WorkKey& key = index.keys[k];
                 const KeySet bit = KeySet{1} << k;
-                AddNear(key.b[slot] + ShiftOf(slot, storedSlot), kPositionTolerance, slot, bit,
+                AddNear(key.b[slot] + ShiftOf(slot, storedSlot), kPositionTolerance, place, bit,
                         sets->placed[storedSlot]);
-                AddNear(key.c[slot], kDistanceTolerance, slot, bit, sets->distant[storedSlot]);
+                AddNear(key.c[slot], kDistanceTolerance, place, bit, sets->distant[storedSlot]);
             }
         }
     }
@@ -114,8 +115,9 @@ void MakeCodes(const IndexWorkspace& index, ProbeSets* sets) {
             const int32_t* stored = kPlaneSlots[pair];
             const int32_t* slots = kPlaneSlots[plane];
             for (int32_t k = 0; k < index.keyCount; ++k) {
-                sets->code[pair][plane][k] = CodeOf(index.keys[k], slots[0], stored[0]) &
-                                             CodeOf(index.keys[k], slots[1], stored[1]);
+                sets->code[pair * kPairWords + plane][k] =
+                    CodeOf(index.keys[k], slots[0], stored[0]) &
+                    CodeOf(index.keys[k], slots[1], stored[1]);
             }
         }
     }

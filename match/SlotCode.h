@@ -15,6 +15,8 @@
 
 #include <stdint.h>
 
+#include "extract/FixedMath.h"
+
 namespace qorfp {
 
 constexpr int32_t kSlotCodeBits = 10;
@@ -50,6 +52,15 @@ constexpr uint32_t CodeOfB(int32_t value, int32_t storedSlot) {
 
 constexpr uint32_t CodeOfC(int32_t value, int32_t storedSlot) {
     return CodeField(NarrowCode(value), 4, kSlotCodeBits * storedSlot + 6);
+}
+
+/// Number of bits in which two codes differ, at most 15.
+constexpr int32_t FewDifferingBits(uint32_t code, uint32_t other) {
+    uint32_t counts = code ^ other;  // of 1 bit, then of 2 and 4
+    counts -= counts >> 1 & 0x55555555;
+    counts = (counts & 0x33333333) + (counts >> 2 & 0x33333333);
+    // The highest four bits of the product are the sum.
+    return static_cast<int32_t>(WrapMul32(counts, uint32_t{0x11111111}) >> 28);
 }
 
 /// Number of bits in which two codes differ.

@@ -290,6 +290,30 @@ TEST_F(IndexScoreTest, ClusterCentresDoNotMove) {
     EXPECT_EQ(ScoreOf({Distinct(0, 6), Distinct(1, 0), Distinct(2, 12)}, stored), 432);
 }
 
+TEST_F(IndexScoreTest, AnyTwoOfManyPairsShareACluster) {
+    // Of keys that agree in one slot at the most. All rotations are twelve apart but for two.
+    const auto keyAt = [](int32_t number, int32_t direction) {
+        const auto level = [](int32_t value) { return static_cast<uint8_t>(5 * (value % 6)); };
+        const int32_t i = number % 6;
+        const int32_t j = number / 6;
+        return MakeKey({level(i), level(j), level(i + j)}, kB, kC, direction);
+    };
+    std::vector<IndexKey> stored;
+    std::vector<IndexKey> apart;
+    for (int32_t k = 0; k < 19; ++k) {
+        stored.push_back(keyAt(k, 0));
+        apart.push_back(keyAt(k, 12 * k));
+    }
+    EXPECT_EQ(ScoreOf(apart, stored), 144);
+    for (size_t second = 1; second < apart.size(); ++second) {
+        for (size_t first = 0; first < second; ++first) {
+            std::vector<IndexKey> probe = apart;
+            probe[second].direction = static_cast<uint8_t>(probe[first].direction + 5);
+            EXPECT_EQ(ScoreOf(probe, stored), 288) << first << " and " << second;
+        }
+    }
+}
+
 TEST_F(IndexScoreTest, TheFirstClusterNearEnoughTakesThePair) {
     // Clusters at 0 (with 96) and at 10 (with 144); the pair at 5 goes to the first.
     IndexKey poor = Distinct(0, 0);

@@ -21,6 +21,10 @@ namespace {
 using model::IndexKey;
 using testsupport::Random;
 
+/// The probe slots whose sets a stored slot's rows have: those that stand for the first or the second
+/// slot of the pairs 0 1, 0 2 and 1 2.
+const int32_t kSlotAt[3][3] = {{0, 0, 1}, {0, 1, 2}, {1, 2, 2}};
+
 class ProbeSetsTest : public testing::Test {
   protected:
     /// Files the keys and makes their sets.
@@ -54,23 +58,24 @@ class ProbeSetsTest : public testing::Test {
     void CompareRows() {
         const qorfp::ProbeSets& sets = Index().score.sets;
         for (int32_t storedSlot = 0; storedSlot < 3; ++storedSlot) {
-            for (int32_t slot = 0; slot < 3; ++slot) {
+            for (int32_t place = 0; place < 3; ++place) {
+                const int32_t slot = kSlotAt[storedSlot][place];
                 SCOPED_TRACE(testing::Message() << "slots " << storedSlot << ' ' << slot);
                 const size_t s = static_cast<size_t>(slot);
                 for (int32_t value = 0; value < 32; ++value) {
-                    EXPECT_EQ(sets.turned[storedSlot][value].slot[slot],
+                    EXPECT_EQ(sets.turned[storedSlot][value].set[place],
                               SetOf([&](const IndexKey& key) {
                                   const int32_t difference = std::abs(key.a[s] - value);
                                   return value < 30 && (difference <= 2 || difference >= 28);
                               }));
                 }
                 for (int32_t value = 0; value < 16; ++value) {
-                    EXPECT_EQ(sets.placed[storedSlot][value].slot[slot],
+                    EXPECT_EQ(sets.placed[storedSlot][value].set[place],
                               SetOf([&](const IndexKey& key) {
                                   const int32_t shifted = key.b[s] + 7 * (slot - storedSlot);
                                   return std::abs(shifted - value) <= 2;
                               }));
-                    EXPECT_EQ(sets.distant[storedSlot][value].slot[slot],
+                    EXPECT_EQ(sets.distant[storedSlot][value].set[place],
                               SetOf([&](const IndexKey& key) {
                                   return std::abs(key.c[s] - value) <= 1;
                               }));

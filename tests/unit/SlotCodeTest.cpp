@@ -83,4 +83,19 @@ TEST(SlotCode, CountsEveryBitThatDiffers) {
     }
 }
 
+TEST(SlotCode, CountsFewBitsThatDiffer) {
+    testsupport::Random random(testsupport::Seed());
+    EXPECT_EQ(qorfp::FewDifferingBits(kOnes, kOnes), 0);
+    EXPECT_EQ(qorfp::FewDifferingBits(0, 0x7FFF), 15);
+    EXPECT_EQ(qorfp::FewDifferingBits(0xFFFE0000, 0), 15);
+    for (int32_t round = 0; round < 10000; ++round) {
+        const uint32_t code = random.Next();
+        uint32_t other = code;
+        for (int32_t bits = random.Between(0, 15); bits > 0; --bits) {
+            other ^= uint32_t{1} << random.Below(32);
+        }
+        ASSERT_EQ(qorfp::FewDifferingBits(code, other), Bits(code ^ other));
+    }
+}
+
 }  // namespace
