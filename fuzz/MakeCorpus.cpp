@@ -16,6 +16,7 @@
 #include "fuzz/support/ImageMaker.h"
 #include "fuzz/support/PngMaker.h"
 #include "fuzz/support/TemplateMaker.h"
+#include "fuzz/support/TiffMaker.h"
 #include "tests/model/ModelExtraction.h"
 #include "tests/support/Pgm.h"
 
@@ -152,6 +153,11 @@ void AddOthers(const Corpus& corpus, const model::Grid& finger) {
     const std::string header = "P5 48 48 255\n";
     corpus.Add("cli_image", "pgm", Bytes{0} + Bytes(header.begin(), header.end()) + pixels);
     corpus.Add("cli_image", "png", Bytes{0} + fuzz::PngOf(kWindow, kWindow, pixels));
+    corpus.Add("cli_image", "tiff", Bytes{0} + fuzz::TiffOf(kWindow, kWindow, pixels));
+    corpus.Add("cli_image", "tiff-pieces",
+               {255, 1, 16, 3, 1, 1, 3, 0, 3, 0, 0, 0, 1, 2, 3, 4, 5, 6, 7, 8});
+    corpus.Add("cli_image", "tiff-tiles",
+               Bytes{255, 1, 12, 9, 1, 1, 3, 0, 16, 1, 0, 0} + Bytes(256, 200));
     corpus.Add("cli_image", "pgm-pieces", {1, 2, 0, 4, 0, 3, 1, 255, 1, 9, 8, 7, 6, 5, 4, 3, 2, 1});
     corpus.Add("cli_image", "bmp-pieces", {2, 1, 200, 9, 9, 4, 0, 0, 0, 1, 2, 3});
     corpus.Add("cli_image", "png-pieces", {3, 1, 5, 5, 3, 2, 0, 30, 0, 0, 1, 2, 3});

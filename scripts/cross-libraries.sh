@@ -22,7 +22,8 @@ folder=$(realpath "$2")
 shift 2
 packages=("$@")
 [ $# -gt 0 ] ||
-    packages=(libc6-dev libcairo2-dev libcli11-dev libpng-dev libstb-dev libstdc++6 nlohmann-json3-dev)
+    packages=(libc6-dev libcairo2-dev libcli11-dev libopenjp2-7-dev libpng-dev libstb-dev libstdc++6
+        libtiff-dev nlohmann-json3-dev)
 if [ "$(cat "$folder/complete" 2>/dev/null)" = "$machine ${packages[*]}" ]; then
     exit 0
 fi

@@ -9,8 +9,10 @@ build_packages=(
     g++
     libcairo2-dev    # pictures
     libcli11-dev     # command-line arguments
+    libopenjp2-7-dev # JPEG 2000
     libpng-dev
     libstb-dev       # BMP files
+    libtiff-dev
     ninja-build
     nlohmann-json3-dev
     pkg-config

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 //
-// The command line's image readers: any bytes as a file, PGM, BMP and PNG files in pieces. A file is
+// The command line's image readers: any bytes as a file, PGM, BMP, PNG and TIFF files in pieces. A file is
 // refused with a reason or gives an image of the size it says, the same when read again; and what is
-// written as PGM or PNG is read as it was, but refused when its end is missing.
+// written as PGM, PNG or TIFF is read as it was, but refused when its end is missing.
 #include <optional>
 #include <string>
 
@@ -10,6 +10,7 @@
 #include "fuzz/support/Expect.h"
 #include "fuzz/support/PngMaker.h"
 #include "fuzz/support/Target.h"
+#include "fuzz/support/TiffMaker.h"
 #include "tools/qorfp/ImageFile.h"
 #include "tools/qorfp/ToolError.h"
 
@@ -124,8 +125,9 @@ void CheckRoundTrip(ByteReader& reader) {
     Append(pgm, "P5\n" + std::to_string(width) + " " + std::to_string(height) + "\n255\n");
     pgm.insert(pgm.end(), pixels.begin(), pixels.end());
     const Bytes png = PngOf(static_cast<uint32_t>(width), static_cast<uint32_t>(height), pixels);
+    const Bytes tiff = TiffOf(static_cast<uint32_t>(width), static_cast<uint32_t>(height), pixels);
     const size_t missing = reader.Number16();
-    for (Bytes file : {pgm, png}) {
+    for (Bytes file : {pgm, png, tiff}) {
         const std::optional<GreyImage> image = Decode(file);
         Expect(image.has_value(), "a sound file is read");
         ExpectEqual(width, image->width, "width of a sound file");
@@ -139,7 +141,12 @@ void CheckRoundTrip(ByteReader& reader) {
 
 int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ByteReader reader(data, size);
-    switch (reader.Below(5)) {
+    const uint8_t choice = reader.Byte();
+    if (choice >= 250) {  // the other kinds are told by the remainder
+        Check(ReadTiff(reader));
+        return 0;
+    }
+    switch (choice % 5) {
         case 0:
             Check(reader.Rest());
             break;

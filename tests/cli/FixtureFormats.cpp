@@ -3,6 +3,7 @@
 // Formats: p5 p2 p5-16 p2-16, bmp8 bmp24 bmp32 bmp24-top (top row first) bmp-core (old header), and
 // PNG: png-grey1 -grey2 -grey4 -grey8 -grey16 -interlaced -grey-key (one grey transparent: 255)
 // -grey-alpha -rgb -rgb16 -rgba -rgba16 -palette -palette-alpha (entry 255 transparent black).
+// TIFF and JPEG 2000: see FixtureTiff.cpp and FixturePacked.cpp.
 // Files with alpha hold black with opacity 255 - grey: on white paper they show the picture.
 #include <png.h>
 
@@ -10,12 +11,10 @@
 #include <functional>
 #include <stdexcept>
 
-#include "tests/cli/Fixture.h"
+#include "tests/cli/FixtureFiles.h"
 
 namespace fixture {
 namespace {
-
-using Bytes = std::vector<uint8_t>;
 
 void AppendText(Bytes& bytes, const std::string& text) {
     bytes.insert(bytes.end(), text.begin(), text.end());
@@ -253,6 +252,16 @@ std::vector<uint8_t> WriteFormat(const std::string& format, const Picture& pictu
     }
     if (format.rfind("png-", 0) == 0) {
         return WritePng(picture, FindPngShape(format.substr(4)));
+    }
+    const std::string packedTiff = "tiff-packed-";
+    if (format.rfind(packedTiff, 0) == 0) {
+        return WritePackedTiff(format.substr(packedTiff.size()), picture);
+    }
+    if (format.rfind("tiff-", 0) == 0) {
+        return WriteTiff(format.substr(5), picture);
+    }
+    if (format.rfind("jp2-", 0) == 0 || format.rfind("j2k-", 0) == 0) {
+        return WriteJpeg2000(format.substr(4), picture, format[2] == 'k');
     }
     throw std::runtime_error("unknown format " + format);
 }

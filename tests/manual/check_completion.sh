@@ -67,7 +67,7 @@ check_values() {
 
 folder=$(mktemp -d)
 trap 'rm -rf "$folder"' EXIT
-touch "$folder"/{a.pgm,b.png,c.bmp,d.bin,e.txt,"f g.pgm"}
+touch "$folder"/{a.pgm,b.png,c.bmp,d.bin,e.txt,"f g.pgm",h.tif,i.tiff,j.jp2,k.j2k}
 mkdir "$folder/gallery"
 
 for program in "$@"; do
@@ -88,7 +88,7 @@ for program in "$@"; do
         # Files: images and templates, where the text of the arguments speaks of them.
         arguments=$(sed '1,/^Positionals:$/d; /^$/,$d' <<<"$help")
         wanted=gallery
-        ! grep -qi 'image' <<<"$arguments" || wanted+=$'\na.pgm\nb.png\nc.bmp\nf g.pgm'
+        ! grep -qi 'image' <<<"$arguments" || wanted+=$'\na.pgm\nb.png\nc.bmp\nf g.pgm\nh.tif\ni.tiff\nj.jp2\nk.j2k'
         ! grep -qi 'template' <<<"$arguments" || wanted+=$'\nd.bin'
         files=$(cd "$folder" && offered "$name" "$command" '')
         expect "$name $command, files" "$wanted" "$files"

@@ -64,7 +64,8 @@ same 'libqorfp-dev, Multi-Arch' same "$(field libqorfp-dev Multi-Arch)"
 same 'libqorfp-dev, Depends' "libqorfp1 (= $version)" "$(field libqorfp-dev Depends)"
 [[ "$(field libqorfp1 Depends)" =~ ^libc6\ \(\>=\ [0-9.]+\)$ ]] ||
     fail "libqorfp1 needs more than the C library: $(field libqorfp1 Depends)"
-for needed in "libqorfp1 (>= $version)" 'libc6 (>= ' 'libcairo2 (>= ' 'libpng16-16 (>= ' 'libstdc++6 (>= '; do
+for needed in "libqorfp1 (>= $version)" 'libc6 (>= ' 'libcairo2 (>= ' 'libopenjp2-7 (>= ' \
+    'libpng16-16 (>= ' 'libstdc++6 (>= ' 'libtiff6 (>= '; do
     [[ "$(field qorfp-tools Depends)" == *"$needed"* ]] || fail "qorfp-tools does not depend on $needed"
 done
 same 'libqorfp1, control files' $'./control\n./md5sums\n./shlibs\n./symbols\n./triggers' \

@@ -31,7 +31,8 @@ void AddCheckFinger(CLI::App& program, int& exitStatus) {
     auto options = std::make_shared<CheckFingerOptions>();
     CLI::App* command =
         program.add_subcommand("check-finger", "Tell whether an image shows a finger");
-    command->add_option("IMAGE", options->image, "Image (PGM, PNG or BMP)")->required();
+    command->add_option("IMAGE", options->image, "Image (PGM, PNG, BMP, TIFF or JPEG 2000)")
+        ->required();
     AddImageOptions(*command, options->imageOptions);
     command->footer(
         "Exit status: 0 finger, 1 no finger, 2 error.\n"

@@ -97,7 +97,8 @@ int RunDraw(const DrawOptions& options) {
 void AddDraw(CLI::App& program, int& exitStatus) {
     auto options = std::make_shared<DrawOptions>();
     CLI::App* command = program.add_subcommand("draw", "Draw a finger with its minutiae");
-    command->add_option("IMAGE", options->image, "Finger image (PGM, PNG or BMP)")->required();
+    command->add_option("IMAGE", options->image, "Finger image (PGM, PNG, BMP, TIFF or JPEG 2000)")
+        ->required();
     command->add_option("-o,--output", options->output, "PNG file to write")->required();
     command->add_option("--scale", options->scale, "Picture pixels a finger pixel")
         ->check(CLI::Range(1, kMaxScale))

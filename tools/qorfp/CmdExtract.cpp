@@ -61,7 +61,8 @@ int RunExtract(const ExtractOptions& options) {
 void AddExtract(CLI::App& program, int& exitStatus) {
     auto options = std::make_shared<ExtractOptions>();
     CLI::App* command = program.add_subcommand("extract", "Make a template from a finger image");
-    command->add_option("IMAGE", options->image, "Finger image (PGM, PNG or BMP)")->required();
+    command->add_option("IMAGE", options->image, "Finger image (PGM, PNG, BMP, TIFF or JPEG 2000)")
+        ->required();
     command->add_option("-o,--output", options->output, "Template file to write (512 bytes)")
         ->required();
     command->add_flag("--json", options->asJson, "Print JSON, with the figures of the finger");

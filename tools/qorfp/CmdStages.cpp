@@ -49,7 +49,8 @@ void AddStages(CLI::App& program, int& exitStatus) {
     auto options = std::make_shared<StagesOptions>();
     CLI::App* command =
         program.add_subcommand("stages", "Show the finger after every stage of extraction");
-    command->add_option("IMAGE", options->image, "Finger image (PGM, PNG or BMP)")->required();
+    command->add_option("IMAGE", options->image, "Finger image (PGM, PNG, BMP, TIFF or JPEG 2000)")
+        ->required();
     command->add_option("-o,--output", options->directory, "Folder for the PNG files; made if new")
         ->required();
     AddImageOptions(*command, options->imageOptions);

@@ -45,6 +45,12 @@ constexpr uint8_t GreyOfSample(uint32_t sample, uint32_t maximum) {
     return static_cast<uint8_t>((sample * 255 + maximum / 2) / maximum);
 }
 
+/// A pixel of 1 to 4 samples: grey, grey and opacity, red green blue, or these and opacity.
+constexpr uint8_t GreyOfSamples(const uint8_t* sample, size_t count) {
+    const uint8_t grey = count >= 3 ? GreyOfColour(sample[0], sample[1], sample[2]) : sample[0];
+    return count % 2 == 0 ? GreyOnWhite(grey, sample[count - 1]) : grey;
+}
+
 /// Limits on what a file may claim before anything is allocated for it.
 constexpr uint32_t kMaxFileSide = 8192;
 constexpr uint32_t kMaxFilePixels = 32U * 1024 * 1024;

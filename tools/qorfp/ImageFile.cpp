@@ -16,6 +16,14 @@ void CheckFileSize(const std::string& path, uint64_t width, uint64_t height) {
     }
 }
 
+std::string OneLine(const char* message) {
+    std::string text;
+    for (; *message != '\0' && *message != '\n'; ++message) {
+        text += *message >= ' ' && *message <= '~' ? *message : '?';
+    }
+    return text;
+}
+
 GreyImage DecodeImage(const std::string& path, const Bytes& bytes) {
     if (LooksLikePng(bytes)) {
         return DecodePng(path, bytes);
@@ -26,7 +34,13 @@ GreyImage DecodeImage(const std::string& path, const Bytes& bytes) {
     if (LooksLikeBmp(bytes)) {
         return DecodeBmp(path, bytes);
     }
-    throw ToolError(path, "is not an image this tool reads (PGM, PNG or BMP)");
+    if (LooksLikeTiff(bytes)) {
+        return DecodeTiff(path, bytes);
+    }
+    if (LooksLikeJpeg2000(bytes)) {
+        return DecodeJpeg2000(path, bytes);
+    }
+    throw ToolError(path, "is not an image this tool reads (PGM, PNG, BMP, TIFF or JPEG 2000)");
 }
 
 }  // namespace qorfp::cli

@@ -81,7 +81,9 @@ int RunProgram(int argumentCount, char** arguments) {
         return std::string("qorfp ") + QORFP_TOOL_VERSION + " (engine " + EngineVersion() + ")";
     });
     program.footer(
-        "Images: PGM, PNG or BMP, dark ridges on a light ground, 508 dpi, at most 256 x 360.\n"
+        "Images: PGM, PNG, BMP, TIFF or JPEG 2000, dark ridges on a light ground, 508 dpi, at "
+        "most\n"
+        "256 x 360.\n"
         "Exit status: 0 yes or done, 1 no, 2 error.\n"
         "\"qorfp COMMAND --help\" shows the options and an example.");
     AddCommands(program, exitStatus);

@@ -97,9 +97,7 @@ uint8_t GreyOfPixel(const uint8_t* pixel, size_t channels, size_t sampleBytes) {
                         ? bytes[0]
                         : GreyOfSample((static_cast<uint32_t>(bytes[0]) << 8) + bytes[1], 65535);
     }
-    const uint8_t grey = channels >= 3 ? GreyOfColour(sample[0], sample[1], sample[2]) : sample[0];
-    const bool hasAlpha = channels == 2 || channels == 4;
-    return hasAlpha ? GreyOnWhite(grey, sample[channels - 1]) : grey;
+    return GreyOfSamples(sample, channels);
 }
 
 [[noreturn]] void Fail(const std::string& path, const PngInput& input) {

@@ -23,7 +23,7 @@ _qorfp_files() {
 _qorfp() {
     local _qorfp_current=${COMP_WORDS[COMP_CWORD]} previous=${COMP_WORDS[COMP_CWORD - 1]}
     local command=${COMP_WORDS[1]} image_options='--fit --dpi' options
-    local -a images=(pgm png bmp) files
+    local -a images=(pgm png bmp tif tiff jp2 j2k) files
     COMPREPLY=()
     if [ "$COMP_CWORD" -eq 1 ]; then
         _qorfp_words extract verify enroll improve identify check check-finger info export \

@@ -18,7 +18,8 @@ bool IsImageEnding(std::string ending) {
     for (char& letter : ending) {
         letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
     }
-    return ending == ".pgm" || ending == ".png" || ending == ".bmp";
+    constexpr const char* kEndings[] = {".pgm", ".png", ".bmp", ".tif", ".tiff", ".jp2", ".j2k"};
+    return std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
 }
 
 bool ComesBefore(const Capture& a, const Capture& b) {
@@ -48,7 +49,9 @@ CaptureFolder ListCaptures(const std::string& folder, const NamePattern& pattern
         throw ToolError(folder, error.message());
     }
     if (found.captures.empty()) {
-        throw ToolError(folder, "holds no .pgm, .png or .bmp file whose name fits the pattern");
+        throw ToolError(folder,
+                        "holds no .pgm, .png, .bmp, .tif, .tiff, .jp2 or .j2k file whose name fits "
+                        "the pattern");
     }
     std::sort(found.captures.begin(), found.captures.end(), ComesBefore);
     for (size_t i = 1; i < found.captures.size(); ++i) {

@@ -23,8 +23,8 @@ struct CaptureFolder {
     size_t otherFiles = 0;          // whose name or ending does not fit
 };
 
-/// Lists the .pgm, .png and .bmp files of `folder` whose names fit. Throws ToolError when there are
-/// none, or when two show the same impression.
+/// Lists the .pgm, .png, .bmp, .tif, .tiff, .jp2 and .j2k files of `folder` whose names fit. Throws
+/// ToolError when there are none, or when two show the same impression.
 CaptureFolder ListCaptures(const std::string& folder, const NamePattern& pattern);
 
 /// The finger of each capture as a number, counted from 0.

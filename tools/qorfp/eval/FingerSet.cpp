@@ -95,8 +95,9 @@ size_t FingerSet::Failures() const {
 
 void AddFingerSetOptions(CLI::App& command, FingerSetOptions& options) {
     command
-        .add_option("DIR", options.folder,
-                    "Folder of captures (PGM, PNG or BMP), named <finger>_<impression>")
+        .add_option(
+            "DIR", options.folder,
+            "Folder of captures (PGM, PNG, BMP, TIFF or JPEG 2000), named <finger>_<impression>")
         ->required();
     command
         .add_option("-o,--output", options.report,
