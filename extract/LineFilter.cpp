@@ -16,6 +16,14 @@ constexpr int32_t kWholeWeight = 256;  // of a line
 constexpr int32_t kLeastWeight = 22;   // of a centre
 constexpr uint16_t kLower = 0x00FF;
 
+U16x8 Load(const LineWeight& weight) {
+    return LoadAligned<U16x8>(weight.lanes);
+}
+
+// So that a tile counts as 256, or in a byte as 255.
+constexpr uint16_t kKeptGrey = kWholeWeight;
+constexpr uint16_t kKeptBinary = 255;
+
 // floor(2^16 / weight), in place of a division by a weight.
 struct Reciprocals {
     uint16_t of[kWholeWeight + 1];
@@ -43,11 +51,11 @@ const Type* Hidden(const Type* address) {
     return address;
 }
 
-// A tile, as it is in quad rows.
+// A tile's pixels, columns of four.
 template <bool kIsBinary>
 U16x8 LoadTile(const uint8_t* tile) {
     if constexpr (kIsBinary) {
-        return LoadVector<U16x8>(tile);
+        return AsLanes<U16x8>(LoadVector<U8x16>(tile) - uint8_t{1});
     } else {
         return AsLanes<U16x8>(
             Join({LoadVector<U16x8>(tile), LoadVector<U16x8>(tile + kQuadBytes)}));
@@ -57,21 +65,20 @@ U16x8 LoadTile(const uint8_t* tile) {
 }  // namespace
 
 void qorfp::MakeSampleLines(bool isBinary, SampleLines* lines) {
-    const uint16_t lane = isBinary ? 0x0101 : 1;  // a weight in either byte, or in the lower one
     for (int32_t orientation = 0; orientation < kOrientations; ++orientation) {
         SampleLine* line = &lines->of[orientation];
-        StoreVector(EveryLane(gnCW[orientation]) * lane, line->centreWeights);
+        StoreVector(EveryLane(gnCW[orientation]), line->centreWeight.lanes);
         for (int32_t k = 0; k < kMostPairs; ++k) {  // all zero behind the last one
             const int32_t entry = orientation * kMostPairs + k;
             const int32_t offset = gnDY[entry] * kQuadBytes + gnDX[entry] * kBlockSide;
-            line->pairs[k].ahead = offset;
-            line->pairs[k].behind = -offset;
-            StoreVector(EveryLane(gnPW[entry]) * lane, line->pairs[k].weights);
+            line->pairs[k] = {offset, -offset};
+            StoreVector(EveryLane(gnPW[entry]), line->weights[k].lanes);
         }
     }
     for (int32_t orientation = kOrientations; orientation <= kOrientationMask; ++orientation) {
         memset(&lines->of[orientation], 0, sizeof(SampleLine));
-        StoreVector(EveryLane(isBinary ? 0 : kWholeWeight), lines->of[orientation].centreWeights);
+        StoreVector(EveryLane(isBinary ? kKeptBinary : kKeptGrey),
+                    lines->of[orientation].centreWeight.lanes);
     }
 }
 
@@ -80,19 +87,19 @@ void qorfp::SmoothInside(const SampleLines& lines, const uint8_t* map, int32_t b
     // One address for either half, so that an offset is added to it by the load itself.
     const uint8_t* odd = Hidden(tile + kQuadBytes);
     for (const uint8_t* end = map + blocks; map != end; ++map) {
-        const SampleLine& line = lines.of[*map & kOrientationMask];
-        const U16x8 centreWeights = LoadVector<U16x8>(line.centreWeights);
+        const SampleLine& line = *Hidden(&lines.of[*map & kOrientationMask]);
         // At most 256 x 255.
-        U16x8 evenSums = LoadVector<U16x8>(tile) * centreWeights;
-        U16x8 oddSums = LoadVector<U16x8>(odd) * centreWeights;
-        for (const SamplePair& pair : line.pairs) {
-            const U16x8 weights = LoadVector<U16x8>(pair.weights);
+        U16x8 evenSums = LoadVector<U16x8>(tile) * Load(line.centreWeight);
+        U16x8 oddSums = LoadVector<U16x8>(odd) * Load(line.centreWeight);
+        for (int32_t k = 0; k < kMostPairs; ++k) {
+            const SamplePair pair = line.pairs[k];
+            const LineWeight& weight = line.weights[k];
             evenSums +=
                 (LoadVector<U16x8>(tile + pair.ahead) + LoadVector<U16x8>(tile + pair.behind)) *
-                weights;
+                Load(weight);
             oddSums +=
                 (LoadVector<U16x8>(odd + pair.ahead) + LoadVector<U16x8>(odd + pair.behind)) *
-                weights;
+                Load(weight);
         }
         StoreVector(Join({evenSums >> 8, oddSums >> 8}), out);  // the weights sum to 256
         tile += kTileBytes;
@@ -101,22 +108,22 @@ void qorfp::SmoothInside(const SampleLines& lines, const uint8_t* map, int32_t b
     }
 }
 
-// The white samples' weights sum to 0..256, and 255 x sum / 256 is the sum less 1, or 0. A sum that
-// is 0 modulo 256 means that all samples are alike.
+// Two pixels share a 16-bit lane. The black samples' weights sum to 0..256, those beside the centre to
+// at most 256 - kLeastWeight, so that neither pixel's sum runs into the other's. With a sum of black,
+// 255 x (256 - sum) / 256 is 255 - sum; or 0, when the sum is 256.
 void qorfp::SmoothBinaryInside(const SampleLines& lines, const uint8_t* map, int32_t blocks,
                                const uint8_t* tile, uint8_t* out) {
     for (const uint8_t* end = map + blocks; map != end; ++map) {
-        const SampleLine& line = lines.of[*map & kOrientationMask];
-        const U8x16 centre = LoadVector<U8x16>(tile);
-        U8x16 sums = centre & LoadVector<U8x16>(line.centreWeights);
-        for (const SamplePair& pair : line.pairs) {
-            const U8x16 weights = LoadVector<U8x16>(pair.weights);
-            sums += LoadVector<U8x16>(tile + pair.ahead) & weights;
-            sums += LoadVector<U8x16>(tile + pair.behind) & weights;
+        const SampleLine& line = *Hidden(&lines.of[*map & kOrientationMask]);
+        U16x8 sums = {};
+        for (int32_t k = 0; k < kMostPairs; ++k) {
+            const SamplePair pair = line.pairs[k];
+            sums += AsLanes<U16x8>(LoadVector<U8x16>(tile + pair.ahead) +
+                                   LoadVector<U8x16>(tile + pair.behind)) *
+                    Load(line.weights[k]);
         }
-        const U8x16 isUniform = AsLanes<U8x16>(sums == U8x16{});
-        // Adding the mask of the others subtracts 1.
-        StoreVector((sums + ~isUniform) | (centre & isUniform), out);
+        const U16x8 centre = LoadVector<U16x8>(tile) * Load(line.centreWeight);
+        StoreVector(~AddTo255(AsLanes<U8x16>(sums), AsLanes<U8x16>(centre)), out);
         tile += kTileBytes;
         out += kTileBytes;
     }
@@ -129,18 +136,19 @@ template <bool kIsBinary>
 void qorfp::SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const uint8_t* inside,
                            uint8_t* out) {
     const U16x8 centre = LoadTile<kIsBinary>(tile);
-    const U16x8 centreWeights = LoadVector<U16x8>(line.centreWeights) & kLower;
+    const U16x8 centreWeights = Load(line.centreWeight);
     U16x8 laneSums = centre * centreWeights;
     U16x8 upperSums = (centre >> 8) * centreWeights;
     U16x8 laneWeights = {};  // without the centre's: less than 256, upper and lower
     const SamplePair* end = Hidden(line.pairs + kMostPairs);  // so that the loop stays one
-    for (const SamplePair* at = line.pairs; at != end; ++at) {
+    const LineWeight* weight = line.weights;
+    for (const SamplePair* at = line.pairs; at != end; ++at, ++weight) {
         const SamplePair& pair = *at;
         const U16x8 isInA = LoadVector<U16x8>(inside + pair.ahead);
         const U16x8 isInB = LoadVector<U16x8>(inside + pair.behind);
         const U16x8 a = LoadTile<kIsBinary>(tile + pair.ahead) & isInA;
         const U16x8 b = LoadTile<kIsBinary>(tile + pair.behind) & isInB;
-        const U16x8 weights = LoadVector<U16x8>(pair.weights) & kLower;
+        const U16x8 weights = Load(*weight);
         laneSums += (a + b) * weights;
         upperSums += ((a >> 8) + (b >> 8)) * weights;
         const U16x8 bothWeights = weights << 8 | weights;

@@ -2,8 +2,9 @@
 //
 // The oriented line filter of ridge smoothing, for all 16 pixels of a block at once.
 //
-// The source of a binary image is kept as quad rows: four image rows, column by column. A 4 x 4 tile
-// of the image is then 16 bytes in one piece, wherever it lies:
+// The source of a binary image is kept as quad rows: four image rows, column by column, 1 for a black
+// pixel and 0 for a white one. A 4 x 4 tile of the image is then 16 bytes in one piece, wherever it
+// lies:
 //
 //      row top      a e i m ..
 //      row top + 1  b f j n ..      quad row top:  a b c d e f g h i j k l m n o p ..
@@ -36,34 +37,40 @@ constexpr int32_t kQuadBytes = kBlockSide * kQuadColumns;
 
 constexpr int32_t kMostPairs = 7;
 
+/// A weight in each 16-bit lane.
+struct LineWeight {
+    uint16_t lanes[kVectorBytes / 2];
+};
+
 /// Two samples, on either side of the centre: offsets from tile to tile, in bytes.
 struct SamplePair {
     int32_t ahead;
     int32_t behind;
-    uint16_t weights[kVectorBytes / 2];
 };
 
 /// The line of one orientation. The pairs behind the last one have no weight.
 struct SampleLine {
-    uint16_t centreWeights[kVectorBytes / 2];
+    LineWeight centreWeight;
+    LineWeight weights[kMostPairs];
     SamplePair pairs[kMostPairs];
+    uint8_t toWholeVectors[8];
 };
+static_assert(sizeof(SampleLine) % kVectorBytes == 0, "the weights of all lines are aligned alike");
 
 /// A line for each value of the orientation's bits. Those from 120 on, which only a damaged map has,
-/// leave a pixel as it is.
+/// leave a pixel as it is. Lies at a multiple of 16: a product takes a weight from where it is.
 struct SampleLines {
     SampleLine of[kOrientationMask + 1];
 };
 
-/// @param isBinary weights for SmoothBinaryInside, else for SmoothInside: as bytes, or as 16-bit
-///        numbers
+/// @param isBinary for binary images, else for grey ones
 void MakeSampleLines(bool isBinary, SampleLines* lines);
 
 /// Smooths `blocks` blocks side by side, of a grey image, of which every sample is taken as it lies in
 /// memory.
 /// @param map their orientations
 /// @param tile the first one's tile in the pair rows
-/// @param out the smoothed tiles, as in quad rows
+/// @param out the smoothed tiles, columns of four pixels
 void SmoothInside(const SampleLines& lines, const uint8_t* map, int32_t blocks, const uint8_t* tile,
                   uint8_t* out);
 

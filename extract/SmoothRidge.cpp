@@ -35,13 +35,19 @@ constexpr int32_t TopOfGroup(int32_t group) {
 }
 
 struct SmoothRidgeScratch {
-    SampleLines lines;
+    uint8_t lines[sizeof(SampleLines) + kVectorBytes];  // from the first multiple of 16 on
     uint8_t quads[(kGroups + kCopiedGroups) * kGroupBytes];
     uint32_t inside[kQuadRows][kQuadColumns];     // of a block row: 255 for each pixel of the image
     uint8_t tiles[kMaxBlockColumns][kTileBytes];  // a block row, smoothed
     uint8_t narrow[kRowsOfGroup][kVectorBytes];   // rows shorter than a vector
 };
 static_assert(FitsEveryImage(sizeof(SmoothRidgeScratch)), "fits behind every accepted image");
+
+SampleLines* LinesIn(SmoothRidgeScratch* scratch) {
+    const uintptr_t at = reinterpret_cast<uintptr_t>(scratch->lines) % kVectorBytes;
+    const uintptr_t skipped = (kVectorBytes - at) % kVectorBytes;
+    return static_cast<SampleLines*>(static_cast<void*>(scratch->lines + skipped));
+}
 
 struct Image {
     uint8_t* pixels;
@@ -72,6 +78,9 @@ void MakeGroup(const Image& image, int32_t group, SmoothRidgeScratch* scratch) {
         U8x16 pixels[kRowsOfGroup];
         for (int32_t row = 0; row < kRowsOfGroup; ++row) {
             pixels[row] = LoadVector<U8x16>(rows[row] + x);
+            if constexpr (kIsBinary) {
+                pixels[row] += uint8_t{1};  // 1 for black
+            }
         }
         // Each row with the second one below it; then two such pairs make a quad row.
         U8x16 lows[kRowsOfGroup - 2];
@@ -140,10 +149,11 @@ void SmoothBlockRow(const Image& image, const ExtractLayout& layout, int32_t by,
     const int32_t offset = (top - TopOfGroup(by)) * kQuadBytes + kBlockSide * (kLineReach + 1);
     const uint8_t* tiles = scratch->quads + by % kGroups * kGroupBytes + offset;
     const uint8_t* inside = reinterpret_cast<const uint8_t*>(scratch->inside) + offset;
+    const SampleLines& lines = *LinesIn(scratch);
     if (firstInside < endInside) {
         const auto smooth = isBinary ? SmoothBinaryInside : SmoothInside;
-        smooth(scratch->lines, map + firstInside, endInside - firstInside,
-               tiles + kTileBytes * firstInside, scratch->tiles[firstInside]);
+        smooth(lines, map + firstInside, endInside - firstInside, tiles + kTileBytes * firstInside,
+               scratch->tiles[firstInside]);
     }
     const auto smoothAtBorder = isBinary ? SmoothAtBorder<true> : SmoothAtBorder<false>;
     for (int32_t bx = 0; bx < layout.blockColumns; ++bx) {
@@ -153,7 +163,7 @@ void SmoothBlockRow(const Image& image, const ExtractLayout& layout, int32_t by,
         const uint8_t* tile = tiles + kTileBytes * bx;
         const int32_t orientation = map[bx] & kOrientationMask;
         if (orientation < kOrientations) {
-            smoothAtBorder(scratch->lines.of[orientation], tile, inside + kTileBytes * bx,
+            smoothAtBorder(lines.of[orientation], tile, inside + kTileBytes * bx,
                            scratch->tiles[bx]);
         } else {
             CopyTile(isBinary, tile, scratch->tiles[bx]);
@@ -213,7 +223,7 @@ void qorfp::SmoothRidgeOf(uint8_t* buffer, int32_t width, int32_t height, bool i
     const Image image = {buffer, width, height};
     SmoothRidgeScratch* scratch = WorkAt<SmoothRidgeScratch>(buffer + layout.periodMap);
     const bool isBinary = isKnownBinary || IsBinary(buffer, width, height);
-    MakeSampleLines(isBinary, &scratch->lines);
+    MakeSampleLines(isBinary, LinesIn(scratch));
     const auto makeGroup = isBinary ? MakeGroup<true> : MakeGroup<false>;
     makeGroup(image, 0, scratch);
     makeGroup(image, 1, scratch);

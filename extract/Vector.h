@@ -37,6 +37,14 @@ inline Vector LoadVector(const void* from) {
     return vector;
 }
 
+/// The same at a multiple of 16: an operation can take it from memory.
+template <class Vector>
+inline Vector LoadAligned(const void* from) {
+    Vector vector;
+    memcpy(&vector, __builtin_assume_aligned(from, sizeof(vector)), sizeof(vector));
+    return vector;
+}
+
 template <class Vector>
 inline void StoreVector(Vector vector, void* to) {
 #if defined(__SSE2__)
