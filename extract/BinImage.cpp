@@ -3,11 +3,13 @@
 // Binarisation by local means: 0 where a pixel is darker than its surroundings (ridge), else 255.
 //
 // The sums are 16-bit numbers, in rows of the even and rows of the odd columns: so they come out of
-// vectors of bytes, and so the results go back.
+// vectors of bytes, and so the results go back. Those of BinImageB become bit rows.
 
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BinaryImage.h"
+#include "extract/BitRows.h"
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
 #include "extract/FixedMath.h"
@@ -42,26 +44,33 @@ struct BinImageAScratch {
 };
 static_assert(FitsEveryImage(sizeof(BinImageAScratch)), "fits behind every accepted image");
 
-// Zeros beyond either end of a row of sums stand for the columns outside the image.
+// Zeros beyond either end of a row of sums stand for the columns outside the image. All rows lie at
+// multiples of 16.
 struct BinImageBScratch {
     SplitRow rows[kBoxRows];                      // the pixels of the rows in the box
     uint16_t evenSums[kLanes + kPairs + kLanes];  // of each column
     uint16_t oddSums[kLanes + kPairs + kLanes];
     uint16_t pairSums[kLanes + kPairs + kLanes];  // of an even column and the odd one after it
     SplitRow columnCounts;                        // columns in the box
+    SplitRow counts;                              // pixels in the box, in the present row
     uint8_t line[kMaxStageWidth];                 // zeros behind the row's end
-    uint8_t out[kMaxStageWidth];
+    uint8_t outside[kMaxSegment];                 // bits behind the row's end
+    uint8_t bits[kMaxSegment + 2];                // a row
+    BitRowLine unpacked;
+    uint8_t beforeFirstVector[kVectorBytes];  // as many bytes as are skipped
 };
-static_assert(FitsEveryImage(sizeof(BinImageBScratch)), "fits behind every accepted image");
+static_assert(FitsBeforeBitImages(sizeof(BinImageBScratch)), "fits behind every accepted image");
+constexpr int32_t kSumRowBytes = (kLanes + kPairs + kLanes) * 2;
+static_assert(kSumRowBytes % kVectorBytes == 0 && sizeof(SplitRow) % kVectorBytes == 0,
+              "whole vectors");
 
 U16x8 Load(const uint16_t* from) {
     return LoadVector<U16x8>(from);
 }
 
-// 0 where a sum is greater than its limit, else 255. All at most 32,767.
-U8x16 Binarise(U16x8 evenSums, U16x8 evenLimits, U16x8 oddSums, U16x8 oddLimits) {
-    return ~JoinMasks(AsLanes<I16x8>(evenSums) > AsLanes<I16x8>(evenLimits),
-                      AsLanes<I16x8>(oddSums) > AsLanes<I16x8>(oddLimits));
+// Whole vectors from a row's beginning on.
+U16x8 LoadWhole(const uint16_t* from) {
+    return LoadAligned<U16x8>(from);
 }
 
 // The eight pixels' sum is greater than 8 x the pixel exactly when the sum of all nine is greater
@@ -91,45 +100,130 @@ void BinariseByRing(const uint8_t* above, int32_t stride, int32_t rows, uint8_t*
     }
 }
 
-// Replaces the oldest row of the box, row y - 11, by row y.
-void AdvanceBox(int32_t y, int32_t width, const uint8_t* pixels, BinImageBScratch* scratch) {
-    SplitRow* row = &scratch->rows[y % kBoxRows];
+// Replaces the oldest row of the box, `row`, by the one at `pixels`.
+void AdvanceBox(int32_t width, const uint8_t* pixels, SplitRow* row, BinImageBScratch* scratch) {
     for (int32_t i = 0; 2 * i < width; i += kLanes) {
         const U8x16 entering = LoadVector<U8x16>(pixels + 2 * i);
         const U16x8 even = EvenBytes(entering);
         const U16x8 odd = OddBytes(entering);
-        const U16x8 evenSum = Load(scratch->evenSums + kLanes + i) + even - Load(row->even + i);
-        const U16x8 oddSum = Load(scratch->oddSums + kLanes + i) + odd - Load(row->odd + i);
+        uint16_t* evenSums = scratch->evenSums + kLanes + i;
+        uint16_t* oddSums = scratch->oddSums + kLanes + i;
+        const U16x8 evenSum = LoadWhole(evenSums) + even - LoadWhole(row->even + i);
+        const U16x8 oddSum = LoadWhole(oddSums) + odd - LoadWhole(row->odd + i);
         StoreVector(even, row->even + i);
         StoreVector(odd, row->odd + i);
-        StoreVector(evenSum, scratch->evenSums + kLanes + i);
-        StoreVector(oddSum, scratch->oddSums + kLanes + i);
+        StoreVector(evenSum, evenSums);
+        StoreVector(oddSum, oddSums);
         StoreVector(evenSum + oddSum, scratch->pairSums + kLanes + i);
     }
 }
 
-// Binarises row y, in the middle of the box. The boxes of an even column and of the odd one after it
-// have five pairs of columns in common, and one column more each.
-void BinariseByBox(int32_t y, int32_t width, int32_t rowCount, const BinImageBScratch& scratch,
-                   uint8_t* out) {
-    const SplitRow& row = scratch.rows[y % kBoxRows];
-    const SplitRow& columns = scratch.columnCounts;
+// Counts the pixels in the boxes of a row, of which `rowCount` rows lie in the image.
+void CountInBoxes(int32_t width, int32_t rowCount, BinImageBScratch* scratch) {
     const uint16_t rows = static_cast<uint16_t>(rowCount);
     for (int32_t i = 0; 2 * i < width; i += kLanes) {
-        const uint16_t* pairs = scratch.pairSums + kLanes + i;
-        const U16x8 common =
-            Load(pairs - 2) + Load(pairs - 1) + Load(pairs) + Load(pairs + 1) + Load(pairs + 2);
-        StoreVector(Binarise(common + Load(scratch.oddSums + kLanes + i - 3),
-                             Load(columns.even + i) * rows * Load(row.even + i),
-                             common + Load(scratch.evenSums + kLanes + i + 3),
-                             Load(columns.odd + i) * rows * Load(row.odd + i)),
-                    out + 2 * i);
+        StoreVector(LoadWhole(scratch->columnCounts.even + i) * rows, scratch->counts.even + i);
+        StoreVector(LoadWhole(scratch->columnCounts.odd + i) * rows, scratch->counts.odd + i);
     }
+}
+
+// Where the last segment begins that has some of `width` pixels; segment 0 for none.
+int32_t LastSegment(int32_t width, int32_t segment) {
+    int32_t last = (kSegments - 1) * segment;
+    while (last > 0 && last >= width) {
+        last -= segment;
+    }
+    return last;
+}
+
+// Binarises the row in the middle of the box to a bit row: 0 where a sum is greater than its limit, all
+// at most 32,767. The boxes of an even column and of the odd one after it have five pairs of columns in
+// common, and one column more each.
+void BinariseByBox(const SplitRow& row, int32_t width, int32_t segment,
+                   const BinImageBScratch& scratch, uint8_t* bits) {
+    for (int32_t j = 0; j < segment; j += kVectorBytes) {
+        // From the last segment to the first one, each doubles the bits of those before.
+        U16x8 even = {};
+        U16x8 odd = {};
+        for (ptrdiff_t i = (j + LastSegment(width - j, segment)) / 2; i >= 0; i -= segment / 2) {
+            const uint16_t* pairs = scratch.pairSums + kLanes + i;
+            const U16x8 common = Load(pairs - 2) + Load(pairs - 1) + Load(pairs + 1) +
+                                 Load(pairs + 2) + LoadWhole(pairs);
+            const U16x8 evenSums = common + Load(scratch.oddSums + kLanes + i - 3);
+            const U16x8 oddSums = common + Load(scratch.evenSums + kLanes + i + 3);
+            const U16x8 evenLimits = LoadWhole(scratch.counts.even + i) * LoadWhole(row.even + i);
+            const U16x8 oddLimits = LoadWhole(scratch.counts.odd + i) * LoadWhole(row.odd + i);
+            // A comparison gives 0 or -1.
+            even =
+                even + even - AsLanes<U16x8>(AsLanes<I16x8>(evenSums) > AsLanes<I16x8>(evenLimits));
+            odd = odd + odd - AsLanes<U16x8>(AsLanes<I16x8>(oddSums) > AsLanes<I16x8>(oddLimits));
+        }
+        StoreVector(~Join({even, odd}) | LoadVector<U8x16>(scratch.outside + j), bits + j);
+    }
+    CloseBitRow(bits, segment);
 }
 
 // How many of size pixels lie within the box's reach of one.
 int32_t CountInReach(int32_t at, int32_t size) {
     return Min(at, kBoxReach) + 1 + Min(size - 1 - at, kBoxReach);
+}
+
+// The scratch record, at a multiple of 16.
+BinImageBScratch* ScratchIn(uint8_t* buffer, const ExtractLayout& layout) {
+    return WorkAt<BinImageBScratch>(FirstVectorAt(buffer + layout.periodMap));
+}
+
+// Binarises the image to bit rows or, when there are none to be kept, in place.
+void BinariseByBoxes(uint8_t* buffer, int32_t width, int32_t height, BinImageBScratch* scratch,
+                     const BitRows* kept) {
+    const size_t vectorBytes =
+        static_cast<size_t>((width + kVectorBytes - 1) / kVectorBytes * kVectorBytes);
+    for (SplitRow& row : scratch->rows) {
+        memset(row.even, 0, vectorBytes);
+        memset(row.odd, 0, vectorBytes);
+    }
+    memset(scratch->evenSums, 0, sizeof(scratch->evenSums));
+    memset(scratch->oddSums, 0, sizeof(scratch->oddSums));
+    memset(scratch->pairSums, 0, sizeof(scratch->pairSums));
+    memset(&scratch->columnCounts, 0, sizeof(scratch->columnCounts));
+    memset(scratch->line, 0, sizeof(scratch->line));
+    for (int32_t x = 0; x < width; ++x) {
+        uint16_t* counts = x % 2 == 0 ? scratch->columnCounts.even : scratch->columnCounts.odd;
+        counts[x / 2] = static_cast<uint16_t>(CountInReach(x, width));
+    }
+    const BitRows single = {scratch->bits, SegmentOf(width)};
+    MarkFrame(width + 1, single.segment, scratch->outside);
+    scratch->outside[0] &= 0xFE;
+    int32_t rowCount = 0;
+    int32_t newest = 0;  // where the next row enters the box
+    // Rows that are not whole vectors are taken through a line of scratch. Below the last row enter
+    // zeros.
+    const bool isWhole = width % kVectorBytes == 0;
+    const size_t rowBytes = static_cast<size_t>(width);
+    for (int32_t entering = 0; entering < height + kBoxReach; ++entering) {
+        const uint8_t* row = buffer + entering * width;
+        if (entering >= height) {
+            row = static_cast<const uint8_t*>(memset(scratch->line, 0, rowBytes));
+        } else if (!isWhole) {
+            row = static_cast<const uint8_t*>(memcpy(scratch->line, row, rowBytes));
+        }
+        AdvanceBox(width, row, &scratch->rows[newest], scratch);
+        const int32_t middle =
+            newest < kBoxReach ? newest + kBoxRows - kBoxReach : newest - kBoxReach;
+        newest = newest + 1 < kBoxRows ? newest + 1 : 0;
+        const int32_t y = entering - kBoxReach;
+        if (y >= 0) {
+            if (CountInReach(y, height) != rowCount) {
+                rowCount = CountInReach(y, height);
+                CountInBoxes(width, rowCount, scratch);
+            }
+            BinariseByBox(scratch->rows[middle], width, single.segment, *scratch,
+                          kept != nullptr ? kept->Row(y) : single.Row(0));
+            if (kept == nullptr) {
+                UnpackBitRows(single, 0, 1, &scratch->unpacked, width, buffer + y * width);
+            }
+        }
+    }
 }
 
 }  // namespace
@@ -174,32 +268,13 @@ void BinImageB(uint8_t* buffer, int32_t width, int32_t height) {
     }
     const StageMemory memory(buffer,
                              {ImageOf(layout), ScratchOf<BinImageBScratch>(layout.periodMap)});
-    BinImageBScratch* scratch = WorkAt<BinImageBScratch>(buffer + layout.periodMap);
-    const size_t rowBytes = static_cast<size_t>(width);
-    memset(scratch, 0, sizeof(*scratch));
-    for (int32_t x = 0; x < width; ++x) {
-        uint16_t* counts = x % 2 == 0 ? scratch->columnCounts.even : scratch->columnCounts.odd;
-        counts[x / 2] = static_cast<uint16_t>(CountInReach(x, width));
-    }
-    // Rows that are not whole vectors are taken, and written, through lines of scratch. Below the
-    // last row enter zeros.
-    const bool isWhole = width % kVectorBytes == 0;
-    for (int32_t entering = 0; entering < height + kBoxReach; ++entering) {
-        const uint8_t* row = buffer + entering * width;
-        if (entering >= height) {
-            row = static_cast<const uint8_t*>(memset(scratch->line, 0, rowBytes));
-        } else if (!isWhole) {
-            row = static_cast<const uint8_t*>(memcpy(scratch->line, row, rowBytes));
-        }
-        AdvanceBox(entering, width, row, scratch);
-        const int32_t y = entering - kBoxReach;
-        if (y >= 0) {
-            uint8_t* out = buffer + y * width;
-            BinariseByBox(y, width, CountInReach(y, height), *scratch,
-                          isWhole ? out : scratch->out);
-            if (!isWhole) {
-                memcpy(out, scratch->out, rowBytes);
-            }
-        }
-    }
+    BinariseByBoxes(buffer, width, height, ScratchIn(buffer, layout), nullptr);
+}
+
+void qorfp::BinImageBToBits(uint8_t* buffer, int32_t width, int32_t height) {
+    const ExtractLayout layout = LayOutExtract(width, height);
+    const StageMemory memory(
+        buffer, {ImageOf(layout), ScratchOf<BinImageBScratch>(layout.periodMap), NewBitImageIn(0)});
+    const BitRows kept = BitImage(buffer, 0, width);
+    BinariseByBoxes(buffer, width, height, ScratchIn(buffer, layout), &kept);
 }

@@ -27,6 +27,17 @@ inline bool IsBinary(const uint8_t* pixels, int32_t width, int32_t height) {
 // The stages that are faster on binary images, by a caller who may know that the image is one.
 void SmoothRidgeOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary);
 void CalcDirBOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary);
-void RemoveNoiseOf(uint8_t* buffer, int32_t width, int32_t height, bool isKnownBinary);
+
+// The stages from binarisation to the skeleton, for images of a size for which FitsBeforeBitImages
+// speaks, and of three rows or more: what one finds goes to the next as bit rows.
+
+/// BinImageB to bit image 0; the image is left as it is.
+void BinImageBToBits(uint8_t* buffer, int32_t width, int32_t height);
+
+/// RemoveNoise of bit image 0, to bit image 1 and to the image.
+void RemoveNoiseFromBits(uint8_t* buffer, int32_t width, int32_t height);
+
+/// Thinning of bit image 1, also to the image.
+void ThinBits(uint8_t* buffer, int32_t width, int32_t height);
 
 }  // namespace qorfp

@@ -8,6 +8,14 @@
 
 using namespace qorfp;
 
+void qorfp::MarkFrame(int32_t width, int32_t segment, uint8_t* frame) {
+    memset(frame, 0, static_cast<size_t>(segment));
+    frame[0] = 1;
+    for (int32_t x = width - 1; x < kSegments * segment; ++x) {
+        frame[x % segment] |= static_cast<uint8_t>(1 << x / segment);
+    }
+}
+
 bool qorfp::PackBitRow(const uint8_t* pixels, int32_t width, BitRowLine* line, const BitRows& rows,
                        int32_t y) {
     const int32_t whole = kSegments * rows.segment;
@@ -31,19 +39,26 @@ bool qorfp::PackBitRow(const uint8_t* pixels, int32_t width, BitRowLine* line, c
     return IsZero(others & uint8_t{0xFE});
 }
 
-void qorfp::UnpackBitRow(const BitRows& rows, int32_t y, BitRowLine* line, int32_t width,
-                         uint8_t* pixels) {
-    const bool isWhole = width == kSegments * rows.segment;
-    const uint8_t* row = rows.Row(y);
-    uint8_t* out = isWhole ? pixels : line->pixels;
-    for (int32_t j = 0; j < rows.segment; j += kVectorBytes) {
-        const U8x16 bits = LoadVector<U8x16>(row + j);
-        for (int32_t k = 0; k < kSegments; ++k) {
-            const U8x16 bit = U8x16{} + static_cast<uint8_t>(1 << k);
-            StoreVector((bits & bit) == bit, out + k * rows.segment + j);
+void qorfp::UnpackBitRows(const BitRows& rows, int32_t first, int32_t end, BitRowLine* line,
+                          int32_t width, uint8_t* pixels) {
+    const ptrdiff_t segment = rows.segment;
+    const bool isWhole = width == kSegments * segment;
+    const uint8_t* row = rows.Row(first);
+    for (int32_t y = first; y < end; ++y) {
+        uint8_t* out = isWhole ? pixels : line->pixels;
+        for (ptrdiff_t j = 0; j < segment; j += kVectorBytes) {
+            const U8x16 bits = LoadVector<U8x16>(row + j);
+            uint8_t* to = out + j;
+            for (int32_t k = 0; k < kSegments; ++k) {
+                const U8x16 bit = U8x16{} + static_cast<uint8_t>(1 << k);
+                StoreVector((bits & bit) == bit, to);
+                to += segment;
+            }
         }
-    }
-    if (!isWhole) {
-        memcpy(pixels, line->pixels, static_cast<size_t>(width));
+        if (!isWhole) {
+            memcpy(pixels, line->pixels, static_cast<size_t>(width));
+        }
+        row += rows.Stride();
+        pixels += width;
     }
 }

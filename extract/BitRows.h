@@ -38,20 +38,57 @@ struct BitRows {
     ptrdiff_t Stride() const { return segment + 2; }
 };
 
-/// Bytes of `height` rows of the widest image.
-constexpr int32_t BitRowBytes(int32_t height) {
-    return (kMaxSegment + 2) * height;
-}
-
 /// The segment of rows of `width` pixels.
 constexpr int32_t SegmentOf(int32_t width) {
     return (width + kSegments * kVectorBytes - 1) / (kSegments * kVectorBytes) * kVectorBytes;
+}
+
+/// Whole images as bit rows, at the work buffer's end: there stages leave them for the next one. There
+/// is room for two of every accepted image.
+constexpr int32_t kBitImages = 2;
+constexpr int32_t kBitImageBytes = 28 * 1024;
+
+constexpr int32_t BitImageAt(int32_t number) {
+    return kWorkBytes - (kBitImages - number) * kBitImageBytes;
+}
+
+constexpr WorkPart BitImageIn(int32_t number) {
+    return Held(BitImageAt(number), kBitImageBytes);
+}
+
+constexpr WorkPart NewBitImageIn(int32_t number) {
+    return Scratch(BitImageAt(number), kBitImageBytes);
+}
+
+inline BitRows BitImage(uint8_t* buffer, int32_t number, int32_t width) {
+    return {buffer + BitImageAt(number), SegmentOf(width)};
+}
+
+/// Whether bit images of that size have room, behind `bytes` bytes of scratch from `offset` on.
+constexpr bool HasBitImages(int32_t width, int32_t height, int32_t offset, size_t bytes) {
+    return (SegmentOf(width) + 2) * height <= kBitImageBytes && offset <= BitImageAt(0) &&
+           bytes <= static_cast<size_t>(BitImageAt(0) - offset);
+}
+
+/// The same for every image whose block maps end where those of the largest image do, or before.
+constexpr bool FitsBeforeBitImages(size_t bytes) {
+    const int32_t most = LayOutExtract(kMaxImageWidth, kMaxImageHeight).scratch;
+    for (int32_t width = 1; width <= kMaxStageWidth; ++width) {
+        const int32_t height = most / width < kMaxStageHeight ? most / width : kMaxStageHeight;
+        if (!HasBitImages(width, height, most, bytes)) {
+            return false;
+        }
+    }
+    return true;
 }
 
 /// Scratch for one image row, as long as the segments together.
 struct BitRowLine {
     uint8_t pixels[kMaxStageWidth];
 };
+
+/// Marks the columns 0 and `width` - 1, and all behind, in the `segment` bytes at `frame`.
+void MarkFrame(int32_t width, int32_t segment, uint8_t* frame);
 
 /// Renews the bytes beyond the ends of a row that has changed.
 inline void CloseBitRow(uint8_t* row, int32_t segment) {
@@ -64,7 +101,8 @@ inline void CloseBitRow(uint8_t* row, int32_t segment) {
 bool PackBitRow(const uint8_t* pixels, int32_t width, BitRowLine* line, const BitRows& rows,
                 int32_t y);
 
-/// The way back.
-void UnpackBitRow(const BitRows& rows, int32_t y, BitRowLine* line, int32_t width, uint8_t* pixels);
+/// The way back, of the rows first .. end - 1, the first of them to `pixels`.
+void UnpackBitRows(const BitRows& rows, int32_t first, int32_t end, BitRowLine* line, int32_t width,
+                   uint8_t* pixels);
 
 }  // namespace qorfp

@@ -6,7 +6,8 @@
 //   directionMap columns x rows        block direction map
 //   periodMap    columns x rows        ridge-period map, from a multiple of 4 on; until it is made,
 //                                      scratch of the stages before it
-//   scratch      to the buffer's end   scratch behind both maps, from a multiple of 4 on
+//   scratch      to the buffer's end   scratch behind both maps, from a multiple of 4 on; its last part
+//                                      holds the binary image as bit rows, see extract/BitRows.h
 #pragma once
 
 #include <stddef.h>

@@ -17,11 +17,13 @@ constexpr int32_t kNoTemplate = 1;
 constexpr int32_t kMinBlockRows = 3;
 
 // Whether an image of that size is known to be binary after binarisation: when it is not so large
-// that a stage may leave it as it is, nor so narrow that binary images have no forms of their own.
+// that a stage may leave it as it is, nor so small that binary images have no forms of their own.
 bool IsBinarised(int32_t width, int32_t height) {
     const ExtractLayout layout = LayOutExtract(width, height);
     constexpr ExtractLayout kLargest = LayOutExtract(kMaxImageWidth, kMaxImageHeight);
-    return layout.isUsable && layout.scratch <= kLargest.scratch && width >= kVectorBytes;
+    constexpr int32_t kMinHeight = 3;
+    return layout.isUsable && layout.scratch <= kLargest.scratch && width >= kVectorBytes &&
+           height >= kMinHeight;
 }
 
 }  // namespace
@@ -46,10 +48,17 @@ int32_t CreateTemplate(uint8_t* buffer, int32_t width, int32_t height, uint8_t* 
     const bool isBinary = IsBinarised(width, height);
     CalcDirBOf(buffer, width, height, isBinary);
     SmoothRidgeOf(buffer, width, height, isBinary);
-    BinImageB(buffer, width, height);
-    RemoveNoiseOf(buffer, width, height, isBinary);
-    GetRidgeDensity(buffer, width, height);
-    Thinning(buffer, width, height);
+    if (isBinary) {
+        BinImageBToBits(buffer, width, height);
+        RemoveNoiseFromBits(buffer, width, height);
+        GetRidgeDensity(buffer, width, height);
+        ThinBits(buffer, width, height);
+    } else {
+        BinImageB(buffer, width, height);
+        RemoveNoise(buffer, width, height);
+        GetRidgeDensity(buffer, width, height);
+        Thinning(buffer, width, height);
+    }
 
     const ExtractLayout layout = LayOutExtract(width, height);
     if (layout.blockRows < kMinBlockRows || !HasRoom(layout.scratch, sizeof(MinutiaeScratch))) {

@@ -44,9 +44,7 @@ struct SmoothRidgeScratch {
 static_assert(FitsEveryImage(sizeof(SmoothRidgeScratch)), "fits behind every accepted image");
 
 SampleLines* LinesIn(SmoothRidgeScratch* scratch) {
-    const uintptr_t at = reinterpret_cast<uintptr_t>(scratch->lines) % kVectorBytes;
-    const uintptr_t skipped = (kVectorBytes - at) % kVectorBytes;
-    return static_cast<SampleLines*>(static_cast<void*>(scratch->lines + skipped));
+    return WorkAt<SampleLines>(FirstVectorAt(scratch->lines));
 }
 
 struct Image {

@@ -10,6 +10,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BinaryImage.h"
 #include "extract/BitRows.h"
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
@@ -24,26 +25,21 @@ constexpr int32_t kMostPasses = 6;
 constexpr int32_t kSubIterations = 2;
 constexpr int32_t kCodes = 256;
 
-// Rows in which a sub-iteration has once found nothing to delete.
-struct QuietRows {
-    uint8_t isQuiet[kSubIterations][kMaxStageHeight];
-};
-
 // Both lie behind both maps: minutiae detection still needs the ridge-period map.
 struct PlainScratch {
-    QuietRows quiet;
+    uint8_t isQuiet[kSubIterations][kMaxStageHeight];  // rows with nothing to delete
     uint8_t rows[3][kMaxStageWidth];  // unchanged copies of the rows above, at and below
 };
 static_assert(FitsEveryImage(sizeof(PlainScratch)), "fits behind every accepted image");
 
 struct BitScratch {
-    QuietRows quiet;
-    uint8_t found[2][kMaxSegment];  // bits to delete, of a row and of the one above it
-    uint8_t inner[kMaxSegment];     // the columns that may be deleted
+    uint16_t active[kSubIterations][kMaxStageHeight];  // rows to be looked at, see ThinActiveRows
+    uint8_t found[2][kMaxSegment];  // bits to delete, of a row and of the one before
+    uint8_t frame[kMaxSegment];     // columns that are left as they are
     BitRowLine line;
-    uint8_t rows[BitRowBytes(kMaxStageHeight)];
 };
-static_assert(FitsEveryImage(sizeof(BitScratch)), "fits behind every accepted image");
+static_assert(FitsBeforeBitImages(sizeof(BitScratch)), "fits behind every accepted image");
+static_assert(kBitImageBytes <= 65536, "distances of rows are 16-bit numbers");
 
 // Runs the two sub-iterations, run(0 or 1), until a pass deletes nothing. Each says whether it has.
 template <class Run>
@@ -63,92 +59,96 @@ using Rule = U8x16(const Neighbours&);
 
 // Finds the pixels of a row that its sub-iteration deletes. False when there is none.
 template <Rule IsDeleted>
-bool FindDeletions(const BitRows& bits, const uint8_t* row, const uint8_t* inner, uint8_t* found) {
-    const uint8_t* above = row - bits.Stride();
-    const uint8_t* below = row + bits.Stride();
+bool FindDeletions(const uint8_t* row, ptrdiff_t segment, ptrdiff_t stride, const uint8_t* frame,
+                   uint8_t* found) {
+    const uint8_t* above = row - stride;
+    const uint8_t* below = row + stride;
     U8x16 any = {};
-    for (ptrdiff_t j = 0; j < bits.segment; j += kVectorBytes) {
+    for (ptrdiff_t j = 0; j < segment; j += kVectorBytes) {
         const Neighbours neighbours = {
             LoadVector<U8x16>(above + j - 1), LoadVector<U8x16>(above + j),
             LoadVector<U8x16>(above + j + 1), LoadVector<U8x16>(row + j - 1),
             LoadVector<U8x16>(row + j + 1),   LoadVector<U8x16>(below + j - 1),
             LoadVector<U8x16>(below + j),     LoadVector<U8x16>(below + j + 1)};
         const U8x16 deleted =
-            IsDeleted(neighbours) & ~LoadVector<U8x16>(row + j) & LoadVector<U8x16>(inner + j);
+            IsDeleted(neighbours) & ~(LoadVector<U8x16>(row + j) | LoadVector<U8x16>(frame + j));
         StoreVector(deleted, found + j);
         any |= deleted;
     }
     return !IsZero(any);
 }
 
-void Delete(const BitRows& bits, uint8_t* row, const uint8_t* found) {
-    for (ptrdiff_t j = 0; j < bits.segment; j += kVectorBytes) {
+void Delete(uint8_t* row, ptrdiff_t segment, const uint8_t* found) {
+    for (ptrdiff_t j = 0; j < segment; j += kVectorBytes) {
         StoreVector(LoadVector<U8x16>(row + j) | LoadVector<U8x16>(found + j), row + j);
     }
-    CloseBitRow(row, bits.segment);
+    CloseBitRow(row, static_cast<int32_t>(segment));
 }
 
 // Deliberate: a row in which this sub-iteration once found nothing to delete is never looked at
 // again by it, even if deletions around it would make some of its pixels deletable.
+// The active rows are those that are left, by their distances from row 0, from the top down. Returns
+// their new number.
 template <Rule IsDeleted>
-bool ThinBitRows(const BitRows& bits, int32_t height, uint8_t* isQuiet, BitScratch* scratch) {
-    bool hasDeleted = false;
+int32_t ThinActiveRows(const BitRows& bits, uint16_t* active, int32_t count, BitScratch* scratch) {
+    const ptrdiff_t segment = bits.segment;
+    const ptrdiff_t stride = bits.Stride();
+    int32_t kept = 0;
     uint8_t* found = scratch->found[0];
-    uint8_t* foundAbove = scratch->found[1];
-    uint8_t* rowToDelete = nullptr;  // the row above, where something has been found
-    uint8_t* row = bits.Row(1);
-    for (int32_t y = 1; y < height - 1; ++y) {
-        bool hasFound = false;
-        if (isQuiet[y] == 0) {
-            hasFound = FindDeletions<IsDeleted>(bits, row, scratch->inner, found);
-            isQuiet[y] = hasFound ? 0 : 1;
-        }
+    uint8_t* foundBefore = scratch->found[1];
+    uint8_t* rowToDelete = nullptr;  // the row looked at before, where something has been found
+    for (const uint16_t *at = active, *end = active + count; at != end; ++at) {
+        uint8_t* row = bits.Row(0) + *at;
+        const bool hasFound = FindDeletions<IsDeleted>(row, segment, stride, scratch->frame, found);
         if (rowToDelete != nullptr) {
-            Delete(bits, rowToDelete, foundAbove);  // no row needs its old state now
-            hasDeleted = true;
+            Delete(rowToDelete, segment, foundBefore);  // no row needs its old state now
             rowToDelete = nullptr;
         }
         if (hasFound) {
+            active[kept] = *at;
+            ++kept;
             rowToDelete = row;
-            uint8_t* const other = foundAbove;
-            foundAbove = found;
+            uint8_t* const other = foundBefore;
+            foundBefore = found;
             found = other;
         }
-        row += bits.Stride();
     }
     if (rowToDelete != nullptr) {
-        Delete(bits, rowToDelete, foundAbove);
-        hasDeleted = true;
+        Delete(rowToDelete, segment, foundBefore);
     }
-    return hasDeleted;
+    return kept;
 }
 
-// False, with nothing done, when the image is not binary.
-bool ThinBinary(uint8_t* image, int32_t width, int32_t height, BitScratch* scratch) {
-    const BitRows bits = {scratch->rows, SegmentOf(width)};
-    for (int32_t y = 0; y < height; ++y) {
-        if (!PackBitRow(image + y * width, width, &scratch->line, bits, y)) {
-            return false;
-        }
-    }
-    memset(scratch->quiet.isQuiet, 0, sizeof(scratch->quiet.isQuiet));
-    memset(scratch->inner, 0, sizeof(scratch->inner));
-    int32_t x = 0;
-    for (int32_t k = 0; k < kSegments; ++k) {
-        for (int32_t j = 0; j < bits.segment; ++j) {
-            const bool isInner = x > 0 && x < width - 1;
-            scratch->inner[j] |= static_cast<uint8_t>(isInner ? 1 << k : 0);
-            ++x;
+// Thins bit image 1, and writes what comes out to the image.
+void ThinInBits(uint8_t* buffer, int32_t width, int32_t height, BitScratch* scratch) {
+    const BitRows bits = BitImage(buffer, 1, width);
+    MarkFrame(width, bits.segment, scratch->frame);
+    int32_t counts[kSubIterations];
+    for (int32_t sub = 0; sub < kSubIterations; ++sub) {
+        counts[sub] = height - 2;
+        for (int32_t y = 1; y < height - 1; ++y) {
+            scratch->active[sub][y - 1] = static_cast<uint16_t>(bits.Stride() * y);
         }
     }
     RunPasses([&](int32_t sub) {
-        uint8_t* isQuiet = scratch->quiet.isQuiet[sub];
-        return sub == 0 ? ThinBitRows<IsDeletedFirst>(bits, height, isQuiet, scratch)
-                        : ThinBitRows<IsDeletedSecond>(bits, height, isQuiet, scratch);
+        uint16_t* active = scratch->active[sub];
+        counts[sub] = sub == 0
+                          ? ThinActiveRows<IsDeletedFirst>(bits, active, counts[sub], scratch)
+                          : ThinActiveRows<IsDeletedSecond>(bits, active, counts[sub], scratch);
+        return counts[sub] != 0;
     });
-    for (int32_t y = 1; y < height - 1; ++y) {
-        UnpackBitRow(bits, y, &scratch->line, width, image + y * width);
+    UnpackBitRows(bits, 1, height - 1, &scratch->line, width, buffer + width);
+}
+
+// False, with nothing done, when the image is not binary.
+bool ThinBinary(uint8_t* buffer, int32_t width, int32_t height, BitScratch* scratch) {
+    const BitRows bits = BitImage(buffer, 1, width);
+    for (int32_t y = 0; y < height; ++y) {
+        if (!PackBitRow(buffer + y * width, width, &scratch->line, bits, y)) {
+            return false;
+        }
     }
+    ThinInBits(buffer, width, height, scratch);
     return true;
 }
 
@@ -201,27 +201,35 @@ bool ThinPixelRows(uint8_t* image, int32_t width, int32_t height, const uint8_t*
 }
 
 void ThinPixels(uint8_t* image, int32_t width, int32_t height, PlainScratch* scratch) {
-    memset(scratch->quiet.isQuiet, 0, sizeof(scratch->quiet.isQuiet));
+    memset(scratch->isQuiet, 0, sizeof(scratch->isQuiet));
     RunPasses([&](int32_t sub) {
-        return ThinPixelRows(image, width, height, gbThin + sub * kCodes,
-                             scratch->quiet.isQuiet[sub], scratch);
+        return ThinPixelRows(image, width, height, gbThin + sub * kCodes, scratch->isQuiet[sub],
+                             scratch);
     });
 }
 
 }  // namespace
+
+void qorfp::ThinBits(uint8_t* buffer, int32_t width, int32_t height) {
+    const ExtractLayout layout = LayOutExtract(width, height);
+    const StageMemory memory(
+        buffer, {ImageOf(layout), ScratchOf<BitScratch>(layout.scratch), BitImageIn(1)});
+    ThinInBits(buffer, width, height, WorkAt<BitScratch>(buffer + layout.scratch));
+}
 
 void Thinning(uint8_t* buffer, int32_t width, int32_t height) {
     const ExtractLayout layout = LayOutExtract(width, height);
     if (height < 3 || !layout.isUsable || !HasRoom(layout.scratch, sizeof(PlainScratch))) {
         return;
     }
-    const bool hasRoomForBits = HasRoom(layout.scratch, sizeof(BitScratch));
-    static_assert(sizeof(PlainScratch) <= sizeof(BitScratch), "either is in its bytes");
-    const StageMemory memory(
-        buffer, {ImageOf(layout), hasRoomForBits ? ScratchOf<BitScratch>(layout.scratch)
-                                                 : ScratchOf<PlainScratch>(layout.scratch)});
     uint8_t* scratch = buffer + layout.scratch;
-    if (!hasRoomForBits || !ThinBinary(buffer, width, height, WorkAt<BitScratch>(scratch))) {
-        ThinPixels(buffer, width, height, WorkAt<PlainScratch>(scratch));
+    if (HasBitImages(width, height, layout.scratch, sizeof(BitScratch))) {
+        const StageMemory memory(
+            buffer, {ImageOf(layout), ScratchOf<BitScratch>(layout.scratch), NewBitImageIn(1)});
+        if (ThinBinary(buffer, width, height, WorkAt<BitScratch>(scratch))) {
+            return;
+        }
     }
+    const StageMemory memory(buffer, {ImageOf(layout), ScratchOf<PlainScratch>(layout.scratch)});
+    ThinPixels(buffer, width, height, WorkAt<PlainScratch>(scratch));
 }

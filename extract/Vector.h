@@ -45,6 +45,12 @@ inline Vector LoadAligned(const void* from) {
     return vector;
 }
 
+/// The first multiple of 16 from there on, at most 15 bytes further.
+inline uint8_t* FirstVectorAt(uint8_t* bytes) {
+    const uintptr_t past = reinterpret_cast<uintptr_t>(bytes) % kVectorBytes;
+    return bytes + (kVectorBytes - past) % kVectorBytes;
+}
+
 template <class Vector>
 inline void StoreVector(Vector vector, void* to) {
 #if defined(__SSE2__)

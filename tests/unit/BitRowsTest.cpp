@@ -19,7 +19,7 @@ using qorfp::BitRows;
 class RowsOfTwo {
   public:
     explicit RowsOfTwo(int32_t width)
-        : bytes_(static_cast<size_t>(qorfp::BitRowBytes(2)) + 2, kGuard),
+        : bytes_(2 * (qorfp::kMaxSegment + 2) + 2, kGuard),
           rows{bytes_.data() + 1, qorfp::SegmentOf(width)},
           used_(static_cast<size_t>(2 * (rows.segment + 2))) {}
 
@@ -64,12 +64,12 @@ TEST(BitRows, HoldEveryPixelAndGiveItBack) {
     testsupport::Random random(seed);
     for (int32_t width = 1; width <= qorfp::kMaxStageWidth; ++width) {
         SCOPED_TRACE("width " + std::to_string(width));
+        const std::vector<uint8_t> above = RandomPixels(width, random);
         const std::vector<uint8_t> pixels = RandomPixels(width, random);
         RowsOfTwo two(width);
         BitRowLine line;
-        for (int32_t y = 0; y < 2; ++y) {
-            ASSERT_TRUE(qorfp::PackBitRow(pixels.data(), width, &line, two.rows, y));
-        }
+        ASSERT_TRUE(qorfp::PackBitRow(above.data(), width, &line, two.rows, 0));
+        ASSERT_TRUE(qorfp::PackBitRow(pixels.data(), width, &line, two.rows, 1));
         const int32_t segment = two.rows.segment;
         for (int32_t x = 0; x < 8 * segment; ++x) {
             const int32_t expected = x >= width || pixels[static_cast<size_t>(x)] == 255 ? 1 : 0;
@@ -84,11 +84,42 @@ TEST(BitRows, HoldEveryPixelAndGiveItBack) {
         ASSERT_TRUE(two.GuardsIntact());
 
         std::vector<uint8_t> out(pixels.size() + 1, 0x77);
-        qorfp::UnpackBitRow(two.rows, 1, &line, width, out.data());
+        qorfp::UnpackBitRows(two.rows, 1, 2, &line, width, out.data());
         ASSERT_EQ(out.back(), 0x77) << "behind the row";
         out.pop_back();
         ASSERT_EQ(out, pixels);
+
+        std::vector<uint8_t> both = above;
+        both.insert(both.end(), pixels.begin(), pixels.end());
+        out.assign(both.size() + 1, 0x77);
+        qorfp::UnpackBitRows(two.rows, 0, 2, &line, width, out.data());
+        ASSERT_EQ(out.back(), 0x77) << "behind the rows";
+        out.pop_back();
+        ASSERT_EQ(out, both);
     }
+}
+
+TEST(BitRows, FrameIsTheEndsAndAllBehind) {
+    for (int32_t width = 1; width <= qorfp::kMaxStageWidth; ++width) {
+        SCOPED_TRACE("width " + std::to_string(width));
+        RowsOfTwo two(width);
+        qorfp::MarkFrame(width, two.rows.segment, two.rows.Row(0));
+        for (int32_t x = 0; x < 8 * two.rows.segment; ++x) {
+            ASSERT_EQ(BitOf(two.rows, 0, x), x == 0 || x >= width - 1 ? 1 : 0) << "pixel " << x;
+        }
+        ASSERT_TRUE(two.GuardsIntact());
+    }
+}
+
+TEST(BitRows, ImagesLieInTheBufferOneAfterTheOther) {
+    static_assert(qorfp::BitImageAt(1) + qorfp::kBitImageBytes == qorfp::kWorkBytes);
+    static_assert(qorfp::BitImageAt(0) + qorfp::kBitImageBytes == qorfp::BitImageAt(1));
+    const int32_t room = qorfp::BitImageAt(0) - 97768;
+    EXPECT_TRUE(qorfp::HasBitImages(256, 360, 97768, static_cast<size_t>(room)));
+    EXPECT_FALSE(qorfp::HasBitImages(256, 360, 97768, static_cast<size_t>(room) + 1));
+    EXPECT_FALSE(qorfp::HasBitImages(256, 360, qorfp::kWorkBytes, 1));
+    EXPECT_TRUE(qorfp::HasBitImages(129, qorfp::kBitImageBytes / 34, 0, 1));
+    EXPECT_FALSE(qorfp::HasBitImages(129, qorfp::kBitImageBytes / 34 + 1, 0, 1));
 }
 
 TEST(BitRows, RefuseEveryOtherValueInEveryPlace) {
