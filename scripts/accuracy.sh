@@ -21,10 +21,12 @@ if [ -d "${1:-}" ]; then
     folder=$1
 else
     folder=build/fingers/${1:-100}x${2:-10}-seed${3:-1}
-    if [ ! -f "$folder/complete" ]; then
+    # Beside the images, among which it would be a file of another kind.
+    complete=$folder.complete
+    if [ ! -f "$complete" ]; then
         build/release/tools/synth/qorfp-synth --fingers "${1:-100}" --impressions "${2:-10}" \
             --seed "${3:-1}" -j "$(nproc)" -o "$folder"
-        touch "$folder/complete"
+        touch "$complete"
     fi
 fi
 report=build/accuracy

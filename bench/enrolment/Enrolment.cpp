@@ -86,6 +86,10 @@ void MeasureEnrolment(const Fingers& all) {
                 Share(fused, fusions).c_str());
     single.Print("one template");
     afterFusion.Print("fused template");
+    if (samples == 0) {
+        std::printf("  improvement: not measured, which takes impressions from the 6th on\n");
+        return;
+    }
     std::printf("  improvements: %s samples update the fused template\n",
                 Share(updates, samples).c_str());
     afterImprovement.Print("improved template");
