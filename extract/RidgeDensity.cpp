@@ -6,6 +6,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BitRows.h"
 #include "extract/ExtractLayout.h"
 #include "extract/FPExtract.h"
 #include "extract/FixedMath.h"
@@ -53,7 +54,8 @@ struct RidgeDensityScratch {
     uint8_t direction[kMapColumns];
     uint8_t smoothed[kMapColumns];
 };
-static_assert(FitsEveryImage(sizeof(RidgeDensityScratch)), "fits behind every accepted image");
+// The stages around this one hand bit images on.
+static_assert(FitsBeforeBitImages(sizeof(RidgeDensityScratch)), "fits behind every accepted image");
 
 // ceil(2^15 / divisor), in place of divisions.
 struct Reciprocals {
