@@ -31,8 +31,13 @@ int32_t FPM_FeatureExtract(const uint8_t* image, int32_t width, int32_t height,
     if (image == nullptr || templateOut == nullptr) {
         return QORFP_BAD_ARGUMENT;
     }
+    return ExtractFrom(g_bFPEngineBuffer, width, height, templateOut);
+}
+
+int32_t qorfp::ExtractFrom(const uint8_t* image, int32_t width, int32_t height,
+                           uint8_t* templateOut) {
     int32_t quality = 0;
-    if (ICreateTemplate(g_bFPEngineBuffer, width, height, templateOut, &quality) != 0) {
+    if (CreateTemplateFrom(image, g_bFPEngineBuffer, width, height, templateOut, &quality) != 0) {
         return QORFP_FAILED;
     }
     if (ICreateIndex(g_bFPEngineBuffer, templateOut, templateOut + kIndexOffset) != 0) {

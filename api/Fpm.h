@@ -16,6 +16,10 @@ constexpr int32_t kSensorHeight = 200;
 constexpr int32_t kScaledWidth = 212;
 constexpr int32_t kScaledHeight = 279;
 
+/// FPM_FeatureExtract of an image that lies at the start of the work buffer, or outside of it.
+/// @return 0; 1 when extraction or indexing fails
+int32_t ExtractFrom(const uint8_t* image, int32_t width, int32_t height, uint8_t* templateOut);
+
 }  // namespace qorfp
 
 extern "C" {

@@ -44,15 +44,14 @@ uint32_t Extract(const uint8_t* image, int32_t width, int32_t height, uint8_t* t
         !IsImageSizeAllowed(width, height)) {
         return QORFP_BAD_ARGUMENT;
     }
-    if (width > 0 && height > 0) {
-        memcpy(g_bFPEngineBuffer, image, static_cast<size_t>(width) * static_cast<size_t>(height));
-    }
     if (width == kSensorWidth && height == kSensorHeight) {
-        FPM_fpc1011_scale_image(g_bFPEngineBuffer);
+        FPM_ImageScaleTo508(kSensorWidth, kSensorHeight, image, kScaledWidth, kScaledHeight,
+                            g_bFPEngineBuffer);
+        image = g_bFPEngineBuffer;
         width = kScaledWidth;
         height = kScaledHeight;
     }
-    const int32_t result = FPM_FeatureExtract(g_bFPEngineBuffer, width, height, templateOut);
+    const int32_t result = ExtractFrom(image, width, height, templateOut);
     if (result == QORFP_OK) {
         *quality = FPM_GetQuality(templateOut);
     }

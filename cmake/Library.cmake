@@ -36,6 +36,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/extract/MinutiaeRefine.cpp
   ${PROJECT_SOURCE_DIR}/extract/MinutiaeScan.cpp
   ${PROJECT_SOURCE_DIR}/extract/Orientation.cpp
+  ${PROJECT_SOURCE_DIR}/extract/PrepareImage.cpp
   ${PROJECT_SOURCE_DIR}/extract/RemoveNoise.cpp
   ${PROJECT_SOURCE_DIR}/extract/RidgeDensity.cpp
   ${PROJECT_SOURCE_DIR}/extract/RidgeRayTable.cpp

@@ -7,8 +7,10 @@
 #include <string.h>
 
 #include "extract/FPExtract.h"
+#include "extract/PrepareImage.h"
 #include "match/FPMatch.h"
 #include "preprocess/FPPreprocess.h"
+#include "preprocess/Normalize9x9.h"
 
 namespace {
 
@@ -44,6 +46,18 @@ int32_t ISetBuffer(uint8_t* /*buffer*/) {
 
 int32_t ICreateTemplate(uint8_t* buffer, int32_t width, int32_t height, uint8_t* bytes,
                         int32_t* quality) {
+    return CreateTemplateFrom(buffer, buffer, width, height, bytes, quality);
+}
+
+int32_t qorfp::CreateTemplateFrom(const uint8_t* image, uint8_t* buffer, int32_t width,
+                                  int32_t height, uint8_t* bytes, int32_t* quality) {
+    static_assert(kMeanRadius == kReachOf9x9 && kDeviationRadius == kReachOf9x9, "as it prepares");
+    if (PrepareImage(image, width, height, buffer)) {
+        return CreateTemplateOfPrepared(buffer, width, height, bytes, quality);
+    }
+    if (image != buffer && width > 0 && height > 0) {
+        memcpy(buffer, image, static_cast<size_t>(width) * static_cast<size_t>(height));
+    }
     Preprocess(width, height, buffer, kMeanRadius, kDeviationRadius);
     return CreateTemplate(buffer, width, height, bytes, quality);
 }

@@ -62,3 +62,12 @@ int32_t IImprove(uint8_t* buffer, const uint8_t* sample, uint8_t* enrolled, int3
 int32_t CheckEffectImprovement(const uint8_t* oldBytes, const uint8_t* newBytes);
 
 }  // extern "C"
+
+namespace qorfp {
+
+/// ICreateTemplate of an image that lies anywhere, as far as it is no larger than those of the public
+/// calls: outside of `buffer`, where it stays as it is, or at its start.
+int32_t CreateTemplateFrom(const uint8_t* image, uint8_t* buffer, int32_t width, int32_t height,
+                           uint8_t* bytes, int32_t* quality);
+
+}  // namespace qorfp

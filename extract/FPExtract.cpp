@@ -42,6 +42,11 @@ Skeleton qorfp::SkeletonIn(uint8_t* buffer, int32_t width, int32_t height) {
 int32_t CreateTemplate(uint8_t* buffer, int32_t width, int32_t height, uint8_t* bytes,
                        int32_t* quality) {
     BoxSmooth(buffer, width, height);
+    return CreateTemplateOfPrepared(buffer, width, height, bytes, quality);
+}
+
+int32_t qorfp::CreateTemplateOfPrepared(uint8_t* buffer, int32_t width, int32_t height,
+                                        uint8_t* bytes, int32_t* quality) {
     CalcDirA(buffer, width, height, quality);
     SmoothRidge(buffer, width, height);
     BinImageA(buffer, width, height);

@@ -58,3 +58,11 @@ void GetRidgeDensity(uint8_t* buffer, int32_t width, int32_t height);
 void Thinning(uint8_t* buffer, int32_t width, int32_t height);
 
 }  // extern "C"
+
+namespace qorfp {
+
+/// CreateTemplate for an image that PrepareImage has smoothed.
+int32_t CreateTemplateOfPrepared(uint8_t* buffer, int32_t width, int32_t height, uint8_t* bytes,
+                                 int32_t* quality);
+
+}  // namespace qorfp

@@ -63,6 +63,18 @@ inline void ForEachBand(uint8_t* image, int32_t width, int32_t height, int32_t f
     }
 }
 
+/// Rows of a band that need not be copied: with those around them they fit a small first cache.
+constexpr int32_t kBandRows = 60;
+
+/// The same for a filter from one place to another, but for the first and the last row of the image:
+/// calls filter(above, top, rows), where `above` lies in `source`, for bands that cover the others.
+template <class Filter>
+inline void ForEachInnerBand(const uint8_t* source, int32_t width, int32_t height, Filter filter) {
+    for (int32_t top = 1; top < height - 1; top += kBandRows) {
+        filter(source + (top - 1) * width, top, Min(kBandRows, height - 1 - top));
+    }
+}
+
 /// What 16 pixels of a row give to the sums of their own row, and to those of the rows above and
 /// below.
 template <class Sums>

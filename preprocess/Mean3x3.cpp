@@ -4,6 +4,9 @@
 
 #include "preprocess/Mean3x3.h"
 
+#include <stddef.h>
+#include <string.h>
+
 #include "extract/RowBands.h"
 
 namespace {
@@ -66,19 +69,41 @@ void WriteMeansAtEnd(const uint8_t* pixels, int32_t width, int32_t rows, uint16_
     }
 }
 
+// Rows `top` .. `top` + `rows` - 1, by what `above` and the rows below it hold. Inlined at every call
+// it would be there four times.
+__attribute__((noinline)) void WriteMeans(const uint8_t* above, int32_t width, int32_t height,
+                                          int32_t top, int32_t rows, uint8_t* image) {
+    const int32_t rowCount = (top > 0 ? 1 : 0) + 1 + (top < height - 1 ? 1 : 0);
+    const uint16_t inside = kInsideReciprocals[rowCount];
+    const uint16_t atEnds = kEndReciprocals[rowCount];
+    uint8_t* out = image + top * width;
+    const int32_t last = width - 1;
+    FilterBand(above, width, rows, 1, last, out, width, MeanFilter{inside});
+    WriteMeansAtEnd(above, width, rows, atEnds, out);
+    WriteMeansAtEnd(above + last - 1, width, rows, atEnds, out + last);
+}
+
 }  // namespace
 
 void qorfp::Mean3x3(int32_t width, int32_t height, uint8_t* image, uint8_t* copies,
                     int32_t copyRows) {
-    const auto filter = [=](const uint8_t* above, int32_t top, int32_t rows) {
-        const int32_t rowCount = (top > 0 ? 1 : 0) + 1 + (top < height - 1 ? 1 : 0);
-        const uint16_t inside = kInsideReciprocals[rowCount];
-        const uint16_t atEnds = kEndReciprocals[rowCount];
-        uint8_t* out = image + top * width;
-        const int32_t last = width - 1;
-        FilterBand(above, width, rows, 1, last, out, width, MeanFilter{inside});
-        WriteMeansAtEnd(above, width, rows, atEnds, out);
-        WriteMeansAtEnd(above + last - 1, width, rows, atEnds, out + last);
-    };
-    ForEachBand<1>(image, width, height, 0, height, copies, width, copyRows, filter);
+    ForEachBand<1>(image, width, height, 0, height, copies, width, copyRows,
+                   [=](const uint8_t* above, int32_t top, int32_t rows) {
+                       WriteMeans(above, width, height, top, rows, image);
+                   });
+}
+
+void qorfp::Mean3x3Apart(int32_t width, int32_t height, const uint8_t* source, uint8_t* out,
+                         uint8_t* edge) {
+    // The first and the last row, with an empty one beyond them.
+    const size_t rowBytes = static_cast<size_t>(width);
+    memset(edge, 0, rowBytes);
+    memcpy(edge + width, source, 2 * rowBytes);
+    WriteMeans(edge, width, height, 0, 1, out);
+    memcpy(edge, source + (height - 2) * width, 2 * rowBytes);
+    memset(edge + 2 * width, 0, rowBytes);
+    WriteMeans(edge, width, height, height - 1, 1, out);
+    ForEachInnerBand(source, width, height, [=](const uint8_t* above, int32_t top, int32_t rows) {
+        WriteMeans(above, width, height, top, rows, out);
+    });
 }

@@ -19,4 +19,12 @@ constexpr int32_t kMinWidthOfMean3x3 = kVectorBytes + 2;
 /// @param copies scratch outside the image: `copyRows` rows of it, at least kLeastBandCopies
 void Mean3x3(int32_t width, int32_t height, uint8_t* image, uint8_t* copies, int32_t copyRows);
 
+/// The same from one place to another, which do not overlap.
+/// @param width at least kMinWidthOfMean3x3
+/// @param height at least 2
+/// @param edge scratch, kEdgeRowsOfMean3x3 rows
+void Mean3x3Apart(int32_t width, int32_t height, const uint8_t* source, uint8_t* out,
+                  uint8_t* edge);
+constexpr int32_t kEdgeRowsOfMean3x3 = 3;
+
 }  // namespace qorfp

@@ -53,9 +53,12 @@ constexpr bool TakesNormalize9x9(int32_t width, int32_t height) {
     return width >= kVectorBytes && width <= Normalize9x9Scratch::kMaxWidth && height >= kSideOf9x9;
 }
 
+/// An output row is written when the windows have left the row that far above it.
+constexpr int32_t kRowsBeforeNormalize9x9 = kReachOf9x9 + 1;
+
 /// NormalizeImage with both radii 4.
 /// @param source the unfiltered image
-/// @param out may be `source` minus five rows or more
+/// @param out may overlap `source` if it begins kRowsBeforeNormalize9x9 rows or more before it
 void Normalize9x9(int32_t width, int32_t height, const uint8_t* source, uint8_t* out,
                   Normalize9x9Scratch* scratch);
 

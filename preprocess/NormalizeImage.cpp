@@ -7,6 +7,7 @@
 
 #include "engine/StageMemory.h"
 #include "engine/Work.h"
+#include "include/QORFPApi.h"
 #include "preprocess/FPPreprocess.h"
 #include "preprocess/Normalize9x9.h"
 
@@ -16,6 +17,9 @@ using namespace qorfp;
 
 // More scratch than this is refused: it is the half of the work buffer that the image may use.
 constexpr int64_t kMostScratchBytes = 102400;
+static_assert(QORFP_MAX_WIDTH * (QORFP_MAX_HEIGHT + kRowsBeforeNormalize9x9 + kSideOf9x9 + 8) <=
+                  kMostScratchBytes,
+              "no image of the public calls is");
 
 // The deviation window and the state that slides with it. Rows y + reach - extent + 1 .. y + reach
 // are in the window of output row y, and columns likewise.

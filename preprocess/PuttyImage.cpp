@@ -9,6 +9,7 @@
 #include "engine/Work.h"
 #include "extract/RowBands.h"
 #include "preprocess/FPPreprocess.h"
+#include "preprocess/PuttyImage.h"
 
 namespace {
 
@@ -35,8 +36,6 @@ constexpr bool DividesExactly() {
 }
 static_assert(DividesExactly(), "every weighted sum, which also fits 16 bits");
 
-constexpr int32_t kMinVectorWidth = kVectorBytes + 2;
-
 struct PuttyFilter {
     U16x8 centreWeight = Factor(kCentreWeight);
     U16x8 edgeWeight = Factor(kEdgeWeight);
@@ -53,6 +52,12 @@ struct PuttyFilter {
         return Join(MultiplyHigh(sums >> 3, kReciprocalOf15));
     }
 };
+
+// The inner columns of `rows` rows. Inlined at both calls it would be there twice.
+__attribute__((noinline)) void FilterInside(const uint8_t* above, int32_t width, int32_t rows,
+                                            uint8_t* out) {
+    FilterBand(above, width, rows, 1, width - 1, out, width, PuttyFilter{});
+}
 
 // --- Pixel by pixel, for narrow images and where there is little room -----------------------
 
@@ -94,16 +99,29 @@ void PuttyImage(int32_t width, int32_t height, uint8_t* image) {
     const int64_t scratchAt = static_cast<int64_t>(width) * height;
     const int64_t rowBytes = width;
     const int32_t copyRows = BandCopiesIn(kWorkBytes - scratchAt, width);
-    if (width >= kMinVectorWidth && copyRows >= kLeastBandCopies) {
+    if (width >= kMinWidthOfPutty && copyRows >= kLeastBandCopies) {
         const StageMemory memory(image,
                                  {Held(0, scratchAt), Scratch(scratchAt, copyRows * rowBytes)});
         ForEachBand<1>(image, width, height, 1, height - 1, image + scratchAt, width, copyRows,
                        [=](const uint8_t* above, int32_t top, int32_t rows) {
-                           FilterBand(above, width, rows, 1, width - 1, image + top * width, width,
-                                      PuttyFilter{});
+                           FilterInside(above, width, rows, image + top * width);
                        });
     } else if (scratchAt + 2 * rowBytes <= kWorkBytes) {
         const StageMemory memory(image, {Held(0, scratchAt), Scratch(scratchAt, 2 * rowBytes)});
         FilterByPixels(width, height, image, image + scratchAt);
+    }
+}
+
+void qorfp::PuttyImageApart(int32_t width, int32_t height, const uint8_t* source, uint8_t* out) {
+    const size_t rowBytes = static_cast<size_t>(width);
+    const int32_t lastRow = (height - 1) * width;
+    memcpy(out, source, rowBytes);
+    memcpy(out + lastRow, source + lastRow, rowBytes);
+    ForEachInnerBand(source, width, height, [=](const uint8_t* above, int32_t top, int32_t rows) {
+        FilterInside(above, width, rows, out + top * width);
+    });
+    for (int32_t at = width; at < lastRow; at += width) {
+        out[at] = source[at];
+        out[at + width - 1] = source[at + width - 1];
     }
 }
