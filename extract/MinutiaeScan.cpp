@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // The candidate scan: endings and bifurcations of the skeleton, found pixel by pixel. Most pixels
-// are passed over 16 at a time, by the parity of their branches.
+// are passed over 128 at a time, by the parity of their branches.
 
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BitRows.h"
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
 #include "extract/Minutiae.h"
@@ -96,121 +97,148 @@ Candidate BifurcationAt(const Skeleton& skeleton, Position seed) {
     return candidate;
 }
 
-// Four blocks side by side are looked at together.
-constexpr int32_t kGroupBlocks = kVectorBytes / kBlockSide;
+// The pixels of a block row lie one to the right and below the block grid. They are looked at as bit
+// rows, together with the rows above and below.
+constexpr int32_t kScanRows = 1 + kBlockSide + 1;
+constexpr int32_t kCommonRows = 2;  // with the next block row
+constexpr int32_t kGroupBlocks = 4;
 
-// Where their pixels are ridge with one or three branches: not 0.
-struct Seeds {
-    uint8_t rows[kBlockSide][kVectorBytes];
+// A block row.
+struct ScanRow {
+    int32_t offsets[kSegments];  // where the segments begin, inside the image
+    uint8_t bits[kScanRows * (kMaxSegment + 2)];
+    // Where pixels of each block are ridge with one or three branches: bits 0..15, row by row.
+    uint16_t seeds[kMaxBlockColumns / kGroupBlocks * kGroupBlocks + kGroupBlocks];
 };
 
-// 16 pixels of a row, and their neighbours to either side.
-struct RowVectors {
-    U8x16 left;
-    U8x16 middle;
-    U8x16 right;
-};
-
-RowVectors LoadRow(const uint8_t* pixels) {
-    return {LoadVector<U8x16>(pixels - 1), LoadVector<U8x16>(pixels),
-            LoadVector<U8x16>(pixels + 1)};
-}
-
-// Finds the seeds of the blocks from (bx, by) on. False when there is none. A block's pixels lie one
-// to the right and below the block grid. Of the blocks beyond the last one it finds something else,
-// reading at most the image rows below.
-bool FindSeeds(const Skeleton& skeleton, int32_t bx, int32_t by, Seeds* seeds) {
-    constexpr uint8_t kBackgroundBit = 0x80;
-    const ptrdiff_t width = skeleton.width;
-    const uint8_t* pixels = skeleton.pixels + (kBlockSide * by + 1) * width + kBlockSide * bx + 1;
-    RowVectors above = LoadRow(pixels - width);
-    RowVectors at = LoadRow(pixels);
-    U8x16 any = {};
-    for (int32_t row = 0; row < kBlockSide; ++row) {
+// Makes bit rows first .. kScanRows - 1 of the image rows from `pixels` on, 1 for background. What they
+// have for the columns outside the image does not matter; at most as many pixels as a segment has are
+// read behind the last row's end.
+void PackRows(const uint8_t* pixels, const int32_t* offsets, int32_t width, const BitRows& rows,
+              int32_t first) {
+    for (int32_t y = first; y < kScanRows; ++y) {
+        uint8_t* row = rows.Row(y);
+        for (ptrdiff_t j = 0; j < rows.segment; j += kVectorBytes) {
+            // Erased pixels are 254: segment 0 takes another bit than its own.
+            U8x16 bits = LoadVector<U8x16>(pixels + j) >> 7;
+            for (int32_t k = 1; k < kSegments; ++k) {
+                bits |= LoadVector<U8x16>(pixels + offsets[k] + j) & static_cast<uint8_t>(1 << k);
+            }
+            StoreVector(bits, row + j);
+        }
+        CloseBitRow(row, rows.segment);
         pixels += width;
-        const RowVectors below = LoadRow(pixels);
-        const PixelNeighbours<U8x16> neighbours = {above.left,   above.middle, above.right,
-                                                   at.left,      at.right,     below.left,
-                                                   below.middle, below.right};
-        const U8x16 found = HasOddRuns(neighbours) & ~at.middle & kBackgroundBit;
-        StoreVector(found, seeds->rows[row]);
-        any |= found;
-        above = at;
-        at = below;
     }
-    return !IsZero(any);
 }
 
-// False when none of the four blocks from (bx, by) on is reliable.
-bool MayBeReliable(const Skeleton& skeleton, int32_t bx, int32_t by) {
-    constexpr uint32_t kFlags = kBackgroundFlag * 0x01010101u;
-    const int32_t left = Min(bx, skeleton.blockColumns - kGroupBlocks);  // inside the map
-    if (left < 0) {
-        return true;
-    }
-    const uint8_t* directions = skeleton.directionMap + by * skeleton.blockColumns + left;
-    uint32_t here, above, below;
-    static_assert(sizeof(here) == kGroupBlocks, "a byte a block");
-    memcpy(&here, directions, sizeof(here));
-    memcpy(&above, directions - skeleton.blockColumns, sizeof(above));
-    memcpy(&below, directions + skeleton.blockColumns, sizeof(below));
-    return ((here | above | below) & kFlags) != kFlags;
-}
-
-bool HasSeed(const Seeds& seeds, int32_t block) {
-    uint8_t any = 0;
-    for (int32_t row = 0; row < kBlockSide; ++row) {
-        for (int32_t column = 0; column < kBlockSide; ++column) {
-            any |= seeds.rows[row][kBlockSide * block + column];
+// Adds the seeds that lie in eight bytes of a bit row to those of their blocks.
+void AddSeeds(uint64_t found, int32_t firstByte, int32_t segment, int32_t row, uint16_t* seeds) {
+    for (; found != 0; found &= found - 1) {
+        const int32_t bit = __builtin_ctzll(found);
+        const int32_t x = bit % kSegments * segment + firstByte + bit / kSegments - 1;
+        if (x >= 0) {
+            seeds[x / kBlockSide] |=
+                static_cast<uint16_t>(1 << (kBlockSide * row + x % kBlockSide));
         }
     }
-    return any != 0;
 }
 
-// Appends the candidates of the block (firstBlock + block, by).
-void ScanBlock(const Skeleton& skeleton, int32_t firstBlock, int32_t by, int32_t block,
-               Seeds* seeds, CandidateList* list) {
-    const int32_t left = kBlockSide * (firstBlock + block) + 1;
-    const int32_t top = kBlockSide * by + 1;
+// Finds the seeds of a block row, of which the first `packed` bit rows are made already. Those of the
+// columns outside the block grid may be anything.
+void FindSeeds(const Skeleton& skeleton, int32_t by, int32_t packed, ScanRow* scan) {
+    const int32_t width = skeleton.width;
+    const BitRows rows = {scan->bits, SegmentOf(width)};
+    PackRows(skeleton.pixels + (kBlockSide * by + packed) * width, scan->offsets, width, rows,
+             packed);
+    memset(scan->seeds, 0, sizeof(scan->seeds));
     for (int32_t row = 0; row < kBlockSide; ++row) {
-        for (int32_t column = 0; column < kBlockSide; ++column) {
-            const Position seed = {left + column, top + row};
-            if (seeds->rows[row][kBlockSide * block + column] == 0 ||
-                skeleton.pixels[seed.y * skeleton.width + seed.x] != 0) {
-                continue;
-            }
-            const bool isEnding = gnBC[NeighbourCode(skeleton, seed)] == 1;
-            const Candidate candidate =
-                isEnding ? EndingAt(skeleton, seed) : BifurcationAt(skeleton, seed);
-            if (!isEnding) {
-                FindSeeds(skeleton, firstBlock, by, seeds);  // spurs may have been erased
-            }
-            if (candidate.direction == kDeleted) {
-                continue;
-            }
-            list->items[list->count] = candidate;
-            ++list->count;
-            if (list->count == kMaxCandidates) {
-                return;
+        for (int32_t j = 0; j < rows.segment; j += kVectorBytes) {
+            const uint8_t* at = rows.Row(row + 1) + j;
+            const uint8_t* above = at - rows.Stride();
+            const uint8_t* below = at + rows.Stride();
+            const PixelNeighbours<U8x16> neighbours = {
+                LoadVector<U8x16>(above - 1), LoadVector<U8x16>(above),
+                LoadVector<U8x16>(above + 1), LoadVector<U8x16>(at - 1),
+                LoadVector<U8x16>(at + 1),    LoadVector<U8x16>(below - 1),
+                LoadVector<U8x16>(below),     LoadVector<U8x16>(below + 1)};
+            uint64_t found[kVectorBytes / sizeof(uint64_t)];
+            StoreVector(HasOddRuns(neighbours) & ~LoadVector<U8x16>(at), found);
+            for (const uint64_t& eight : found) {
+                const int32_t firstByte = j + static_cast<int32_t>(8 * (&eight - found));
+                AddSeeds(kIsBigEndian ? __builtin_bswap64(eight) : eight, firstByte, rows.segment,
+                         row, scan->seeds);
             }
         }
     }
+}
+
+// Appends the candidates of the block (bx, by).
+void ScanBlock(const Skeleton& skeleton, int32_t bx, int32_t by, ScanRow* scan,
+               CandidateList* list) {
+    uint32_t seeds = scan->seeds[bx];
+    while (seeds != 0) {
+        const int32_t place = __builtin_ctz(seeds);
+        seeds &= seeds - 1;
+        const Position seed = {kBlockSide * bx + 1 + place % kBlockSide,
+                               kBlockSide * by + 1 + place / kBlockSide};
+        if (skeleton.pixels[seed.y * skeleton.width + seed.x] != 0) {
+            continue;
+        }
+        const bool isEnding = gnBC[NeighbourCode(skeleton, seed)] == 1;
+        const Candidate candidate =
+            isEnding ? EndingAt(skeleton, seed) : BifurcationAt(skeleton, seed);
+        if (!isEnding && candidate.type == kEnding) {  // spurs have been erased
+            FindSeeds(skeleton, by, 0, scan);
+            seeds = scan->seeds[bx] & ~((2u << place) - 1);
+        }
+        if (candidate.direction == kDeleted) {
+            continue;
+        }
+        list->items[list->count] = candidate;
+        ++list->count;
+        if (list->count == kMaxCandidates) {
+            return;
+        }
+    }
+}
+
+// Whether any of four blocks has a seed.
+bool HaveSeeds(const uint16_t* seeds) {
+    uint64_t four;
+    static_assert(sizeof(four) == kGroupBlocks * sizeof(*seeds), "four at once");
+    memcpy(&four, seeds, sizeof(four));
+    return four != 0;
 }
 
 }  // namespace
 
 void qorfp::ScanCandidates(const Skeleton& skeleton, CandidateList* list) {
     *list = {};
+    ScanRow scan;
+    const BitRows rows = {scan.bits, SegmentOf(skeleton.width)};
+    for (int32_t k = 0; k < kSegments; ++k) {
+        scan.offsets[k] = Min(k * rows.segment, skeleton.width);
+    }
+    // So that there are 13 columns or more; below a block row that is scanned lie three more rows.
     const int32_t end = skeleton.blockColumns - 1;
+    if (end <= 1) {
+        return;
+    }
     for (int32_t by = 1; by < skeleton.blockRows - 1; ++by) {
-        for (int32_t first = 1; first < end; first += kGroupBlocks) {
-            Seeds seeds;
-            if (!MayBeReliable(skeleton, first, by) || !FindSeeds(skeleton, first, by, &seeds)) {
+        int32_t packed = 0;
+        if (by > 1) {
+            packed = kCommonRows;
+            memmove(scan.bits, scan.bits + (kScanRows - kCommonRows) * rows.Stride(),
+                    static_cast<size_t>(kCommonRows * rows.Stride()));
+        }
+        FindSeeds(skeleton, by, packed, &scan);
+        for (int32_t first = 0; first < end; first += kGroupBlocks) {
+            if (!HaveSeeds(scan.seeds + first)) {
                 continue;
             }
-            for (int32_t block = 0; block < kGroupBlocks && first + block < end; ++block) {
-                if (HasSeed(seeds, block) && IsReliable(skeleton, first + block, by)) {
-                    ScanBlock(skeleton, first, by, block, &seeds, list);
+            for (int32_t bx = Max(first, 1); bx < Min(first + kGroupBlocks, end); ++bx) {
+                if (scan.seeds[bx] != 0 && IsReliable(skeleton, bx, by)) {
+                    ScanBlock(skeleton, bx, by, &scan, list);
                 }
                 if (list->count == kMaxCandidates) {
                     return;
