@@ -18,10 +18,6 @@ uint8_t& PixelAt(const Skeleton& skeleton, Position at) {
     return skeleton.pixels[at.y * skeleton.width + at.x];
 }
 
-bool IsInside(const Skeleton& skeleton, Position at) {
-    return at.x > 0 && at.x < skeleton.width - 1 && at.y > 0 && at.y < skeleton.height - 1;
-}
-
 // The neighbour code of the pixel at `row`.
 inline int32_t CodeAt(const uint8_t* row, ptrdiff_t width) {
     const uint8_t* above = row - width;
@@ -48,31 +44,39 @@ void qorfp::Unmark(const Skeleton& skeleton, Position at) {
 
 void qorfp::Unmark(const Skeleton& skeleton, const RidgeTrace& trace) {
     for (int32_t i = 0; i < trace.steps; ++i) {
-        Unmark(skeleton, trace.passed[i]);
+        skeleton.pixels[trace.passed[i]] &= 1;
     }
 }
 
 void qorfp::TraceRidge(const Skeleton& skeleton, Position start, int32_t maxSteps,
                        RidgeTrace* trace) {
-    const ptrdiff_t width = skeleton.width;
-    uint8_t* pixel = &PixelAt(skeleton, start);
-    Position at = start;
+    uint8_t* const pixels = skeleton.pixels;
+    const int32_t width = skeleton.width;
+    const uint32_t innerColumns = static_cast<uint32_t>(width - 2);
+    const uint32_t innerRows = static_cast<uint32_t>(skeleton.height - 2);
+    int32_t x = start.x;
+    int32_t y = start.y;
+    int32_t offset = y * width + x;
     int32_t steps = 0;
-    trace->hitRidge = false;
-    for (; steps < maxSteps && IsInside(skeleton, at); ++steps) {
-        const int32_t code = CodeAt(pixel, width);
+    bool hitRidge = false;
+    // Inside the frame.
+    while (steps < maxSteps && static_cast<uint32_t>(x - 1) < innerColumns &&
+           static_cast<uint32_t>(y - 1) < innerRows) {
+        const int32_t code = CodeAt(pixels + offset, width);
         if (gnBC[code] != 1) {
-            trace->hitRidge = gnBC[code] >= 2;
+            hitRidge = gnBC[code] >= 2;
             break;
         }
-        *pixel = kVisited;
-        trace->passed[steps] = at;
-        at.x += gnTX[code];
-        at.y += gnTY[code];
-        pixel += gnTX[code] + gnTY[code] * width;
+        pixels[offset] = kVisited;
+        trace->passed[steps] = offset;
+        ++steps;
+        x += gnTX[code];
+        y += gnTY[code];
+        offset += gnTX[code] + gnTY[code] * width;
     }
+    trace->hitRidge = hitRidge;
     trace->steps = steps;
-    trace->end = at;
+    trace->end = {x, y};
 }
 
 int32_t qorfp::FindBranches(const Skeleton& skeleton, Position seed,

@@ -19,10 +19,10 @@ constexpr int32_t kBranches = 3;
 
 /// What a walk along a ridge found.
 struct RidgeTrace {
-    int32_t steps;                  ///< pixels passed
-    Position end;                   ///< where the walk stands after its last move
-    bool hitRidge;                  ///< it stopped at a pixel with more than one way on
-    Position passed[kRefineSteps];  ///< the pixels it has marked, `steps` of them
+    int32_t steps;                 ///< pixels passed
+    Position end;                  ///< where the walk stands after its last move
+    bool hitRidge;                 ///< it stopped at a pixel with more than one way on
+    int32_t passed[kRefineSteps];  ///< the pixels it has marked, `steps` of them, by their offsets
 };
 
 /// The neighbour code of a pixel inside the frame.
