@@ -5,6 +5,9 @@
 //   look busy FILE.png              fails when one colour takes 97 % of the pixels or more, or when
 //                                   there are fewer than three colours (two for grey)
 //   look same FILE.png FILE.pgm     fails unless the PNG holds exactly the pixels of the P5 file
+//   look alike FILE.png OTHER.png PERCENT [ROWS]
+//                                   fails when more of the pixels (of the first rows) differ by
+//                                   more than what fewer colours make of a picture
 //   look marks FILE.png TEMPLATE SCALE [LEFT]
 //                                   fails unless every minutia of the template is marked: orange
 //                                   for endings, blue for bifurcations, a tick in its direction;
@@ -116,6 +119,28 @@ void RequireSame(const Pixels& pixels, const std::string& path) {
     }
 }
 
+void RequireAlike(const Pixels& first, const Pixels& second, double percent, long rows) {
+    constexpr int kFewerColours = 64;
+    if (first.width != second.width || first.height != second.height) {
+        throw std::runtime_error("the sizes differ");
+    }
+    long different = 0;
+    for (long y = 0; y < rows; ++y) {
+        for (long x = 0; x < first.width; ++x) {
+            bool isDifferent = false;
+            for (int shift = 0; shift < 24; shift += 8) {
+                const auto a = static_cast<int>(first.At(x, y) >> shift & 0xFF);
+                const auto b = static_cast<int>(second.At(x, y) >> shift & 0xFF);
+                isDifferent = isDifferent || std::abs(a - b) > kFewerColours;
+            }
+            different += isDifferent ? 1 : 0;
+        }
+    }
+    if (static_cast<double>(different) * 100 > percent * static_cast<double>(first.width * rows)) {
+        throw std::runtime_error(std::to_string(different) + " pixels differ");
+    }
+}
+
 bool IsOrange(uint32_t colour) {
     return (colour >> 16) > 180 && (colour >> 16) > 2 * (colour & 0xFF) + 60;
 }
@@ -205,6 +230,9 @@ int Run(const std::vector<std::string>& arguments) {
         RequireBusy(pixels);
     } else if (what == "same") {
         RequireSame(pixels, arguments.at(2));
+    } else if (what == "alike") {
+        RequireAlike(pixels, ReadPng(arguments.at(2)), std::stod(arguments.at(3)),
+                     arguments.size() > 4 ? std::stol(arguments.at(4)) : pixels.height);
     } else if (what == "marks") {
         RequireMarks(pixels, ReadBytes(arguments.at(2)), std::stod(arguments.at(3)),
                      arguments.size() > 4 ? std::stod(arguments.at(4)) : 0);

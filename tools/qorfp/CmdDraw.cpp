@@ -13,6 +13,7 @@
 #include "tools/qorfp/FileIo.h"
 #include "tools/qorfp/FingerInput.h"
 #include "tools/qorfp/MinutiaMarks.h"
+#include "tools/qorfp/PngWriter.h"
 #include "tools/qorfp/Resample.h"
 
 namespace qorfp::cli {
@@ -76,6 +77,7 @@ Bytes DrawFinger(const GreyImage& finger, const TemplateView& view, int scale,
 
 int RunDraw(const DrawOptions& options) {
     RefuseToReplace(options.image, options.output);
+    RequirePngName(options.output);
     const GreyImage finger = LoadFinger(options.image, options.imageOptions);
     StartEngine();
     const Extraction extraction = Extract(finger);

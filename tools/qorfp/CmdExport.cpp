@@ -2,6 +2,7 @@
 //
 // qorfp export: a template's minutiae for other systems.
 #include <cstdio>
+#include <cstring>
 #include <memory>
 #include <nlohmann/json.hpp>
 
@@ -27,6 +28,7 @@ struct ExportOptions {
     std::string output;
     std::string format;
     int finger = 0;
+    std::string product;  // OWNER:TYPE
     bool isPlain = false;
 };
 
@@ -70,8 +72,26 @@ Bytes JsonOf(const TemplateView& view, int finger) {
     return Bytes(text.begin(), text.end());
 }
 
+/// Two numbers of 16 bits with a colon between them, as the record holds them.
+uint32_t ProductOfText(const std::string& text) {
+    constexpr unsigned kTypeBits = 16;
+    unsigned owner = 0;
+    unsigned type = 0;
+    int length = 0;
+    const bool isRead = text.size() <= std::strlen("65535:65535") &&
+                        std::sscanf(text.c_str(), "%5u:%5u%n", &owner, &type, &length) == 2;
+    if (!isRead || static_cast<size_t>(length) != text.size() || owner > 0xFFFF || type > 0xFFFF) {
+        throw ToolError("--product: \"" + text + "\" is not OWNER:TYPE, 0 to 65535 each");
+    }
+    return owner << kTypeBits | type;
+}
+
 int RunExport(const ExportOptions& options) {
     RefuseToReplace(options.file, options.output);
+    if (!options.product.empty() && options.format != "ansi378") {
+        throw ToolError("--product: only records of the format ansi378 tell a product");
+    }
+    const uint32_t product = options.product.empty() ? 0 : ProductOfText(options.product);
     const TemplateView view = LoadForExport(options.file);
     Losses losses;
     Bytes bytes;
@@ -81,8 +101,10 @@ int RunExport(const ExportOptions& options) {
     } else {
         const RecordFormat format =
             options.format == "ansi378" ? RecordFormat::kAnsi378 : RecordFormat::kIso19794;
-        bytes =
-            WriteRecord(RecordOfTemplate(view, format, options.finger, options.isPlain, losses));
+        MinutiaeRecord record =
+            RecordOfTemplate(view, format, options.finger, options.isPlain, losses);
+        record.product = product;
+        bytes = WriteRecord(record);
         name = FormatName(format);
     }
     WriteFile(options.output, bytes);
@@ -110,6 +132,10 @@ void AddExport(CLI::App& program, int& exitStatus) {
                      "Finger position to write: 1 right thumb to 10 left little finger, 0 unknown")
         ->check(CLI::Range(0, kMaxRecordFinger))
         ->capture_default_str();
+    command
+        ->add_option("--product", options->product,
+                     "OWNER:TYPE that an ansi378 record names as its maker's product")
+        ->option_text("OWNER:TYPE");
     command->add_flag(
         "--plain", options->isPlain,
         "Record without extended data: no template can be got back that scores alike");

@@ -11,6 +11,7 @@
 #include "tools/qorfp/FingerInput.h"
 #include "tools/qorfp/MatchedPairs.h"
 #include "tools/qorfp/PairPicture.h"
+#include "tools/qorfp/PngWriter.h"
 #include "tools/qorfp/Resample.h"
 #include "tools/qorfp/ToolError.h"
 
@@ -44,6 +45,7 @@ PairSide LoadSide(const char* letter, const std::string& path, const ImageOption
 int RunMatch(const MatchOptions& options) {
     RefuseToReplace(options.first, options.output);
     RefuseToReplace(options.second, options.output);
+    RequirePngName(options.output);
     StartEngine();
     TemplateBytes firstBytes = {};
     TemplateBytes secondBytes = {};

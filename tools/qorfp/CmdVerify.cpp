@@ -72,10 +72,46 @@ void PrintComparison(const VerifyOptions& options, const Verification& verificat
     PrintJson(root);
 }
 
+// The same members as of a comparison, null where there is none.
+void PrintNoComparison(const VerifyOptions& options, const FingerOrTemplate& first,
+                       const FingerOrTemplate& second) {
+    Json root;
+    root["score"] = Json();
+    root["threshold"] = ThresholdOfLevel(options.level);
+    root["level"] = options.level;
+    root["accepted"] = false;
+    for (const char* name : {"pairs", "degreesClockwise", "moved", "overlap", "a", "b"}) {
+        root[name] = Json();
+    }
+    Reasons poor;
+    const auto add = [&](const char* name, const char* letter, const std::string& path,
+                         const FingerOrTemplate& input) {
+        const FingerFigures figures = Measure(input, options.imageOptions.dpi);
+        root[name] = {{"file", path}};
+        root[name].update(FiguresJson(figures));
+        Reasons reasons = ReasonsOf(figures);
+        if (!input.hasTemplate) {
+            reasons.insert(reasons.begin(), kNoTemplateReason);
+        }
+        for (const std::string& reason : reasons) {
+            poor.push_back(std::string(letter) + ": " + reason);
+        }
+    };
+    add("a", "A", options.first, first);
+    add("b", "B", options.second, second);
+    root["poor"] = poor;
+    PrintJson(root);
+}
+
 int RunVerify(const VerifyOptions& options) {
     StartEngine();
-    const FingerOrTemplate first = LoadFingerOrTemplate(options.first, options.imageOptions);
-    const FingerOrTemplate second = LoadFingerOrTemplate(options.second, options.imageOptions);
+    const FingerOrTemplate first = LoadAnyFingerOrTemplate(options.first, options.imageOptions);
+    const FingerOrTemplate second = LoadAnyFingerOrTemplate(options.second, options.imageOptions);
+    if (options.asJson && !(first.hasTemplate && second.hasTemplate)) {
+        PrintNoComparison(options, first, second);
+    }
+    RequireTemplate(options.first, first, options.imageOptions);
+    RequireTemplate(options.second, second, options.imageOptions);
     const Verification verification = Verify(first.bytes, second.bytes, options.level);
     if (options.asJson) {
         PrintComparison(options, verification, Compare(first, second, options.imageOptions.dpi));

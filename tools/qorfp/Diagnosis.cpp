@@ -34,6 +34,7 @@ constexpr double kSettled = 0.02;  // relative change
 constexpr int kFewMinutiae = 12;
 constexpr double kLittleFinger = 60;  // square millimetres
 constexpr int kLowQuality = 60;
+constexpr int kLeastTrustedQuality = 50;    // of a ridge period; noise has up to 41
 constexpr double kLowestResolution = 0.67;  // estimated, to nominal: beyond what fingers differ by
 constexpr double kHighestResolution = 1.26;
 constexpr double kDifferentResolutions = 1.3;
@@ -167,7 +168,9 @@ FingerFigures MeasureFinger(const GreyImage& finger, int dpi) {
     figures.nominalDpi = IsSensorSize(finger.width, finger.height) ? kSensorDpi : dpi;
     figures.squareMillimetres =
         static_cast<double>(ForegroundBlocks(maps.directions)) * kSquareMillimetresOfBlock;
-    SetPeriod(figures, RidgePeriod(AsTheEngineSeesIt(finger)));
+    if (figures.quality >= kLeastTrustedQuality) {
+        SetPeriod(figures, RidgePeriod(AsTheEngineSeesIt(finger)));
+    }
     return figures;
 }
 
@@ -175,7 +178,8 @@ FingerFigures MeasureTemplate(const TemplateView& view) {
     FingerFigures figures;
     figures.minutiae = view.count;
     figures.quality = view.quality;
-    if (!view.minutiae.empty()) {
+    const bool isCoherent = view.quality == 0 || view.quality >= kLeastTrustedQuality;
+    if (isCoherent && !view.minutiae.empty()) {
         double sum = 0;
         for (const MinutiaView& minutia : view.minutiae) {
             sum += minutia.ridgePeriod;

@@ -18,9 +18,11 @@ struct FingerFigures {
     int minutiae = 0;
     int quality = 0;  // mean coherence of the ridges, 0..100; 0 also when a template does not tell
     std::optional<double> squareMillimetres;  // of ridges; not told by templates
-    std::optional<double> ridgePeriod;  // pixels at the nominal resolution, if ridges were found
-    int nominalDpi = 508;               // what the image was taken for
-    std::optional<int> estimatedDpi;    // what the ridge period tells
+    std::optional<double>
+        ridgePeriod;       // pixels at the nominal resolution, if ridges were found and are
+                           // coherent: in noise any period is found
+    int nominalDpi = 508;  // what the image was taken for
+    std::optional<int> estimatedDpi;  // what the ridge period tells
 };
 
 /// `finger` must be of legal size; `dpi` is what its file was taken for.

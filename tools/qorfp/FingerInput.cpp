@@ -83,17 +83,27 @@ TemplateBytes LoadTemplate(const std::string& path) {
     return CheckTemplate(path, ReadFile(path));
 }
 
-FingerOrTemplate LoadFingerOrTemplate(const std::string& path, const ImageOptions& options) {
+FingerOrTemplate LoadAnyFingerOrTemplate(const std::string& path, const ImageOptions& options) {
     const Bytes bytes = ReadFile(path);
     if (LooksLikeTemplate(bytes)) {
-        return {std::nullopt, CheckTemplate(path, bytes)};
+        return {std::nullopt, true, CheckTemplate(path, bytes)};
     }
     const GreyImage finger = PrepareFinger(path, bytes, options);
     const Extraction extraction = Extract(finger);
-    if (!extraction.isDone) {
-        throw ToolError(path, NoTemplateText(MeasureFinger(finger, options.dpi)));
+    return {finger, extraction.isDone, extraction.bytes};
+}
+
+void RequireTemplate(const std::string& path, const FingerOrTemplate& input,
+                     const ImageOptions& options) {
+    if (!input.hasTemplate) {
+        throw ToolError(path, NoTemplateText(MeasureFinger(*input.finger, options.dpi)));
     }
-    return {finger, extraction.bytes};
+}
+
+FingerOrTemplate LoadFingerOrTemplate(const std::string& path, const ImageOptions& options) {
+    FingerOrTemplate input = LoadAnyFingerOrTemplate(path, options);
+    RequireTemplate(path, input, options);
+    return input;
 }
 
 TemplateBytes LoadOrExtractTemplate(const std::string& path, const ImageOptions& options) {

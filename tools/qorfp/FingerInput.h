@@ -33,9 +33,18 @@ TemplateBytes LoadTemplate(const std::string& path);
 /// What an argument that may be an image or a template has given.
 struct FingerOrTemplate {
     std::optional<GreyImage> finger;  // of legal size
+    bool hasTemplate = true;          // not when the image gives none
     TemplateBytes bytes = {};
 };
 
+/// The image or template in the file; what an image gives none of is left to the caller.
+FingerOrTemplate LoadAnyFingerOrTemplate(const std::string& path, const ImageOptions& options);
+
+/// Throws ToolError saying why when there is no template.
+void RequireTemplate(const std::string& path, const FingerOrTemplate& input,
+                     const ImageOptions& options);
+
+/// Both.
 FingerOrTemplate LoadFingerOrTemplate(const std::string& path, const ImageOptions& options);
 
 /// The template in the file, or the one extracted from the image in the file.

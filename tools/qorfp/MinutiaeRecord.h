@@ -39,6 +39,8 @@ constexpr int kRecordBifurcation = 2;
 
 constexpr int kMaxRecordCoordinate = 0x3FFF;
 constexpr int kMaxRecordQuality = 100;
+constexpr int kQualityNotAttempted = 254;  // of later editions, and found in records of these
+constexpr int kQualityFailed = 255;
 constexpr int kMaxRecordFinger = 10;  // 0: unknown, 1 right thumb .. 10 left little finger
 
 struct RecordMinutia {
@@ -46,7 +48,7 @@ struct RecordMinutia {
     int x = 0;        // pixels from the left
     int y = 0;        // pixels from the top
     int angle = 0;    // counter-clockwise from the x axis, AngleSteps() to a turn
-    int quality = 0;  // 1..100; 0: not told
+    int quality = 0;  // 1..100; 0, 254 and 255: not told
 };
 
 struct RecordArea {
@@ -58,7 +60,7 @@ struct RecordView {
     int finger = 0;
     int number = 0;      // 0..15, of this finger's views
     int impression = 0;  // 0..15; 0: live scan, plain
-    int quality = 0;     // 0..100
+    int quality = 0;     // 0..100; 254 and 255: not told
     std::vector<RecordMinutia> minutiae;
     std::vector<RecordArea> areas;
 };

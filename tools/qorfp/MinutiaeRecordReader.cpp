@@ -44,6 +44,17 @@ class RecordReader {
         return static_cast<int>(number);
     }
 
+    /// One byte: 0 to 100, or what stands there when the quality is not known.
+    int Quality(const char* what) {
+        const size_t start = at_;
+        const auto quality = static_cast<int>(Number(1, what));
+        if (quality > kMaxRecordQuality && quality < kQualityNotAttempted) {
+            Refuse(start, std::string(what) + " " + std::to_string(quality) +
+                              " is not 0 to 100, 254 or 255");
+        }
+        return quality;
+    }
+
     void Zero(size_t count, const char* what) {
         const size_t start = at_;
         if (Number(count, what) != 0) {
@@ -129,7 +140,7 @@ RecordMinutia ReadMinutia(RecordReader& reader, const MinutiaeRecord& record) {
                                      std::to_string(record.height));
     }
     minutia.angle = reader.NumberIn(1, 0, AngleSteps(record.format) - 1, "the minutia's angle");
-    minutia.quality = reader.NumberIn(1, 0, kMaxRecordQuality, "the minutia's quality");
+    minutia.quality = reader.Quality("the minutia's quality");
     return minutia;
 }
 
@@ -160,7 +171,7 @@ RecordView ReadView(RecordReader& reader, const MinutiaeRecord& record) {
     const uint32_t numbers = reader.Number(1, "view number");
     view.number = static_cast<int>(numbers >> 4);
     view.impression = static_cast<int>(numbers & 15);
-    view.quality = reader.NumberIn(1, 0, kMaxRecordQuality, "finger quality");
+    view.quality = reader.Quality("finger quality");
     const uint32_t count = reader.Number(1, "number of minutiae");
     for (uint32_t i = 0; i < count; ++i) {
         view.minutiae.push_back(ReadMinutia(reader, record));

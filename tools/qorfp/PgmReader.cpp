@@ -2,6 +2,7 @@
 //
 // Portable grey maps: P5 (binary) and P2 (text), any maximum value up to 65535. Comments may stand
 // anywhere in the header, and in P2 also between the pixels.
+#include <limits>
 #include <optional>
 
 #include "tools/qorfp/ImageFile.h"
@@ -9,8 +10,6 @@
 
 namespace qorfp::cli {
 namespace {
-
-constexpr uint64_t kMaxNumber = 1000000000;  // larger numbers are read as this and refused later
 
 bool IsBlank(uint8_t byte) {
     return byte == ' ' || (byte >= '\t' && byte <= '\r');
@@ -68,10 +67,15 @@ class PgmParser {
             throw ToolError(
                 path_, "damaged PGM: a number was expected at byte " + std::to_string(position_));
         }
+        constexpr uint64_t kMaxNumber = std::numeric_limits<uint64_t>::max() / 10 - 1;
+        const size_t start = position_;
         uint64_t value = 0;
         while (position_ < bytes_.size() && IsDigit(bytes_[position_])) {
+            if (value > kMaxNumber) {
+                throw ToolError(path_,
+                                "damaged PGM: an endless number at byte " + std::to_string(start));
+            }
             value = value * 10 + (bytes_[position_] - uint64_t{'0'});
-            value = value > kMaxNumber ? kMaxNumber : value;
             ++position_;
         }
         return value;

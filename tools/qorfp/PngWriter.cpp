@@ -7,6 +7,7 @@
 #include <png.h>
 
 #include <csetjmp>
+#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -94,6 +95,16 @@ Bytes EncodeGreyPng(const GreyImage& image) {
 
 Bytes EncodeColourPng(int32_t width, int32_t height, const Bytes& pixels) {
     return Encode(width, height, 3, pixels);
+}
+
+void RequirePngName(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    for (char& letter : ending) {
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    }
+    if (!ending.empty() && ending != ".png") {
+        throw ToolError(path, "the picture is a PNG file; name it .png");
+    }
 }
 
 }  // namespace qorfp::cli

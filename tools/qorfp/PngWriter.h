@@ -4,6 +4,8 @@
 // bytes with the same zlib.
 #pragma once
 
+#include <string>
+
 #include "tools/qorfp/FileIo.h"
 #include "tools/qorfp/GreyImage.h"
 
@@ -13,5 +15,8 @@ Bytes EncodeGreyPng(const GreyImage& image);
 
 /// `pixels`: red, green and blue bytes, row-major, no gap between rows.
 Bytes EncodeColourPng(int32_t width, int32_t height, const Bytes& pixels);
+
+/// Throws ToolError when `path` ends as a file of another kind than PNG is named ("x.jpg").
+void RequirePngName(const std::string& path);
 
 }  // namespace qorfp::cli

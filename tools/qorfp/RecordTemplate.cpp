@@ -42,6 +42,11 @@ int QualityOfConfidence(int confidence) {
     return 1 + DivideRounded(confidence * (kMaxRecordQuality - 1), kMaxConfidence);
 }
 
+// 0 also where the record says why it does not tell.
+int ToldQuality(int quality) {
+    return quality > kMaxRecordQuality ? 0 : quality;
+}
+
 int ConfidenceOfQuality(int quality) {
     return quality == 0 ? kUntoldConfidence
                         : DivideRounded((quality - 1) * kMaxConfidence, kMaxRecordQuality - 1);
@@ -131,7 +136,7 @@ std::vector<RecordMinutia> ChooseMinutiae(const RecordView& view, Losses& losses
         ranks[i] = i;
     }
     std::stable_sort(ranks.begin(), ranks.end(), [&](size_t a, size_t b) {
-        return view.minutiae[a].quality > view.minutiae[b].quality;
+        return ToldQuality(view.minutiae[a].quality) > ToldQuality(view.minutiae[b].quality);
     });
     ranks.resize(kMaxMinutiae);
     std::sort(ranks.begin(), ranks.end());
@@ -200,6 +205,7 @@ std::vector<MinutiaView> ConvertMinutiae(const std::string& path, const Minutiae
     size_t others = 0;
     size_t roundedAngles = 0;
     size_t roundedQualities = 0;
+    size_t untoldQualities = 0;
     for (const RecordMinutia& from : ChooseMinutiae(view, losses)) {
         MinutiaView minutia;
         minutia.x = DivideRounded(from.x * kPerCentimetre, record.xPerCentimetre);
@@ -207,9 +213,11 @@ std::vector<MinutiaView> ConvertMinutiae(const std::string& path, const Minutiae
         minutia.type = from.type == kRecordBifurcation ? kBifurcation : kEnding;
         others += from.type == kRecordOther ? 1U : 0U;
         roundedAngles += IsBetweenDirections(from.angle, record.format) ? 1U : 0U;
-        roundedQualities += IsBetweenConfidences(from.quality) ? 1U : 0U;
+        const int quality = ToldQuality(from.quality);
+        roundedQualities += IsBetweenConfidences(quality) ? 1U : 0U;
+        untoldQualities += quality != from.quality ? 1U : 0U;
         minutia.direction = DirectionOfAngle(from.angle, record.format);
-        minutia.confidence = ConfidenceOfQuality(from.quality);
+        minutia.confidence = ConfidenceOfQuality(quality);
         minutia.ridgePeriod = kUsualPeriod;
         minutia.disorder = kUsualDisorder;
         minutiae.push_back(minutia);
@@ -228,6 +236,10 @@ std::vector<MinutiaView> ConvertMinutiae(const std::string& path, const Minutiae
     if (roundedQualities > 0) {
         losses.push_back("the quality of " + MinutiaeText(roundedQualities) +
                          " rounded to one of 16 confidences");
+    }
+    if (untoldQualities > 0) {
+        losses.push_back("the quality of " + MinutiaeText(untoldQualities) +
+                         ", 254 or 255, taken as not told");
     }
     MoveIntoFrame(path, minutiae, losses);
     losses.push_back(
@@ -297,7 +309,11 @@ MinutiaeRecord RecordOfTemplate(const TemplateView& view, RecordFormat format, i
 TemplateView TemplateOfRecord(const std::string& path, const MinutiaeRecord& record,
                               const RecordView& view, Losses& losses) {
     TemplateView result;
-    result.quality = view.quality;
+    result.quality = ToldQuality(view.quality);
+    if (result.quality != view.quality) {
+        losses.push_back("the finger quality " + std::to_string(view.quality) +
+                         " taken as not told");
+    }
     size_t strangeBytes = 0;
     for (const RecordArea& area : view.areas) {
         if (!IsOwnArea(area)) {

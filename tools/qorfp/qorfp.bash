@@ -39,7 +39,7 @@ _qorfp() {
         check) options='--write' files=(bin) ;;
         check-finger) options=$image_options files=("${images[@]}") ;;
         info) options='--json' files=(bin) ;;
-        export) options='-o --output --format --finger --plain' files=(bin) ;;
+        export) options='-o --output --format --finger --product --plain' files=(bin) ;;
         import) options='-o --output --view' files=(fmr) ;;
         draw) options="-o --output --scale $image_options" files=("${images[@]}") ;;
         match) options="-o --output --level --scale $image_options" files=("${images[@]}" bin) ;;
@@ -58,7 +58,7 @@ _qorfp() {
         --dpi) _qorfp_words 363 500 508 1000 ;;
         --format) _qorfp_words iso19794-2 ansi378 json ;;
         --finger) _qorfp_words 0 1 2 3 4 5 6 7 8 9 10 ;;
-        --top | --view | --pattern | --pairs | -j | --threads) ;;
+        --top | --view | --product | --pattern | --pairs | -j | --threads) ;;
         -o | --output)
             case $command in
                 draw | match) _qorfp_files png ;;
