@@ -41,16 +41,29 @@ constexpr uint8_t kHoleDefault = 4 * kUnknownPeriod;
 constexpr int32_t kMapColumns = kMaxStageWidth / kBlockSide;
 static_assert(kMapColumns >= kMaxBlockColumns && kMapColumns % kVectorBytes == 0, "whole vectors");
 
+// Measured blocks: every second one of a row, from the third to the third from the end.
+constexpr int32_t kFirstMeasured = 2;
+constexpr int32_t kMostProfiles = kMapColumns / kMeasuredStep;
+static_assert(kMostProfiles % kVectorBytes == 0, "whole vectors");
+
 // The measured values of a row that lie in reach of each block.
 struct Measured {
     uint8_t sums[kMapColumns];
     uint8_t counts[kMapColumns];
 };
 
+// The profiles through the measured blocks of a row, side by side.
+struct Profiles {
+    uint8_t samples[kProfileSamples][kMostProfiles];
+    uint8_t stepLengths[kMostProfiles];   // from sample to sample, 1/32 pixel
+    uint8_t isForeground[kMostProfiles];  // all ones or zeros; the others mean nothing
+};
+
 struct RidgeDensityScratch {
     int32_t offsets[kRayClasses][kProfileSamples];  // of a profile's samples from its middle
-    uint8_t row[kVectorBytes + kMapColumns + kVectorBytes];
-    Measured rows[kMeasuredRows];  // a ring
+    Profiles profiles;
+    uint8_t row[kVectorBytes + kMapColumns + kVectorBytes];  // measured periods, 0 elsewhere
+    Measured rows[kMeasuredRows];                            // a ring
     uint8_t direction[kMapColumns];
     uint8_t smoothed[kMapColumns];
 };
@@ -71,6 +84,13 @@ struct Reciprocals {
 
     constexpr int32_t Quotient(int32_t dividend, int32_t divisor) const {
         return ShiftRight(dividend * of[divisor], 15);
+    }
+
+    // The same of sixteen, each with the divisor at its place.
+    U16x16 Quotients(U16x16 dividends, U8x16 divisors) const {
+        uint8_t at[kVectorBytes];
+        StoreVector(divisors, at);
+        return MultiplyHigh(dividends * uint16_t{2}, LookUp(of, at));
     }
 
     constexpr bool AreExact() const {
@@ -121,68 +141,86 @@ void MakeOffsets(int32_t rayClass, int32_t width, int32_t* offsets) {
     }
 }
 
-// The rises of the profile through a pixel, as bits: bit 0 is set when the last sample is greater
-// than the one before it, bit 19 when the second is greater than the first.
-uint32_t FindRises(const uint8_t* middle, const int32_t* offsets) {
-    uint32_t rises = 0;
-    int32_t before = middle[offsets[0]];
-    const auto add = [&](int32_t sample) {
-        rises = 2 * rises + (static_cast<uint32_t>(before - sample) >> 31);
+// The profiles of the row's foreground blocks. The bounds keep the rays, ten pixels to either side,
+// inside the image.
+void TakeProfiles(const uint8_t* image, int32_t width, const Maps& maps, int32_t by,
+                  RidgeDensityScratch* scratch) {
+    Profiles* profiles = &scratch->profiles;
+    memset(profiles->isForeground, 0, sizeof(profiles->isForeground));
+    for (int32_t bx = kFirstMeasured; bx < maps.columns - kFirstMeasured; bx += kMeasuredStep) {
+        const uint8_t orientation = maps.direction[by * maps.columns + bx];
+        if (orientation >= kOrientations) {
+            continue;  // background (or no orientation at all, in a damaged map)
+        }
+        const int32_t rayClass = gnDC[orientation];
+        const int32_t* offsets = scratch->offsets[rayClass];
+        const uint8_t* middle = image + (kBlockSide * by + 3) * width + kBlockSide * bx + 3;
+        const int32_t at = bx / kMeasuredStep - kFirstMeasured / kMeasuredStep;
+        uint8_t* samples = profiles->samples[0] + at;
+        // In two halves, which compilers unroll.
+        for (int32_t i = 0; i <= kPointsPerRay; ++i) {
+            samples[i * kMostProfiles] = middle[offsets[i]];
+        }
+        for (int32_t i = kPointsPerRay + 1; i < kProfileSamples; ++i) {
+            samples[i * kMostProfiles] = middle[offsets[i]];
+        }
+        profiles->stepLengths[at] = static_cast<uint8_t>(gnRL[rayClass]);
+        profiles->isForeground[at] = 255;
+    }
+}
+
+// Mean distance between the rises of sixteen profiles, from the one at `at` on, in pixels less
+// kPeriodBase, 1..9; 0 for background. A profile rises where a sample is greater than the one before
+// it.
+U8x16 PeriodsOf(const Profiles& profiles, int32_t at) {
+    U8x16 before = LoadVector<U8x16>(profiles.samples[0] + at);
+    U8x16 place = {};
+    U8x16 rises = (kProfileSamples - 1) + U8x16{};
+    U8x16 first = uint8_t{255} + U8x16{};
+    U8x16 last = {};
+    for (int32_t i = 1; i < kProfileSamples; ++i) {
+        const U8x16 sample = LoadVector<U8x16>(profiles.samples[i] + at);
+        const U8x16 isNone = AsLanes<U8x16>(SubtractToZero(sample, before) == U8x16{});
+        rises += isNone;  // 255 is one less
+        first = Least(first, place | isNone);
+        last = Greatest(last, place & ~isNone);
+        place += uint8_t{1};
         before = sample;
-    };
-    // In two halves, which compilers unroll.
-    for (int32_t i = 1; i <= kPointsPerRay; ++i) {
-        add(middle[offsets[i]]);
     }
-    for (int32_t i = kPointsPerRay + 1; i < kProfileSamples; ++i) {
-        add(middle[offsets[i]]);
-    }
-    return rises;
+    const U8x16 gaps = SubtractToZero(rises, uint8_t{1} + U8x16{});
+    const U16x16 lengths =
+        Widen(last - first) * Widen(LoadVector<U8x16>(profiles.stepLengths + at));
+    const U16x16 periods32 = kReciprocals.Quotients(lengths + (Widen(gaps) >> 1), gaps);
+    const U8x16 periods = Narrow((periods32 + uint16_t{16}) >> 5);
+    const U8x16 inRange = Greatest(Least(periods, kLongestPeriod + U8x16{}),  //
+                                   kShortestPeriod + U8x16{});
+    const U8x16 isUnknown = AsLanes<U8x16>(gaps == U8x16{});  // one rise or none
+    const U8x16 values = (isUnknown & kUnknownPeriod) | (~isUnknown & (inRange - kPeriodBase));
+    return values & LoadVector<U8x16>(profiles.isForeground + at);
 }
 
-// Mean distance between the rises of a profile, in pixels less kPeriodBase, 1..9.
-uint8_t PeriodOf(uint32_t rises, int32_t stepLength) {
-    if (WithoutLowestBit(rises) == 0) {
-        return kUnknownPeriod;  // one or none
+// The measured periods of a row, between zeros.
+void MeasureRow(const uint8_t* image, int32_t width, const Maps& maps, int32_t by,
+                RidgeDensityScratch* scratch) {
+    TakeProfiles(image, width, maps, by, scratch);
+    uint8_t* to = scratch->row + kVectorBytes + kFirstMeasured;
+    for (int32_t at = 0; kMeasuredStep * at < maps.columns; at += kVectorBytes) {
+        const U8x16 periods = PeriodsOf(scratch->profiles, at);
+        StoreVector(InterleaveLow(periods, U8x16{}), to + kMeasuredStep * at);
+        StoreVector(InterleaveHigh(periods, U8x16{}), to + kMeasuredStep * at + kVectorBytes);
     }
-    int32_t gaps = 0;
-    for (uint32_t rest = rises & (rises - 1); rest != 0; rest &= rest - 1) {
-        ++gaps;
-    }
-    const int32_t distance = 31 - __builtin_clz(rises) - __builtin_ctz(rises);  // first to last
-    const int32_t period32 =
-        kReciprocals.Quotient(gaps / 2 + stepLength * distance, gaps);  // 1/32 pixel
-    const int32_t period = Clamp(ShiftRight(period32 + 16, 5), kShortestPeriod, kLongestPeriod);
-    return static_cast<uint8_t>(period - kPeriodBase);
 }
 
-// One block in four. The bounds keep the rays, ten pixels to either side, inside the image.
-void MeasurePeriods(const uint8_t* image, int32_t width, const Maps& maps,
-                    const RidgeDensityScratch& scratch) {
-    if (maps.rows - 2 <= 2 || maps.columns <= 4) {
+// Measures a row, and sums and counts the values over the 7 columns around each block.
+void SumColumns(const uint8_t* image, int32_t width, const Maps& maps, int32_t by,
+                RidgeDensityScratch* scratch) {
+    Measured* measured = &scratch->rows[by / kMeasuredStep % kMeasuredRows];
+    if (by < kFirstMeasured || by >= maps.rows - kFirstMeasured) {
+        memset(measured, 0, sizeof(*measured));
         return;
     }
-    const int32_t blocksPerRow = (maps.columns - 5) / 2 + 1;
-    for (int32_t by = 2; by < maps.rows - 2; by += kMeasuredStep) {
-        for (int32_t bx = 2; bx < 2 + 2 * blocksPerRow; bx += kMeasuredStep) {
-            const int32_t block = by * maps.columns + bx;
-            const uint8_t orientation = maps.direction[block];
-            if (orientation >= kOrientations) {
-                continue;  // background (or no orientation at all, in a damaged map)
-            }
-            const int32_t rayClass = gnDC[orientation];
-            const uint8_t* middle = image + (kBlockSide * by + 3) * width + kBlockSide * bx + 3;
-            const uint32_t rises = FindRises(middle, scratch.offsets[rayClass]);
-            maps.period[block] = PeriodOf(rises, gnRL[rayClass]);
-        }
-    }
-}
-
-// Sums and counts the values of a measured row, over the 7 columns around each block.
-void SumColumns(const Maps& maps, int32_t by, RidgeDensityScratch* scratch) {
-    uint8_t* row = scratch->row + kVectorBytes;
-    memcpy(row, maps.period + by * maps.columns, static_cast<size_t>(maps.columns));
-    Measured* measured = &scratch->rows[by / kMeasuredStep % kMeasuredRows];
+    MeasureRow(image, width, maps, by, scratch);
+    const uint8_t* row = scratch->row + kVectorBytes;
     for (int32_t bx = 0; bx < maps.columns; bx += kVectorBytes) {
         U8x16 sums = {};
         U8x16 counts = {};
@@ -211,11 +249,8 @@ void SmoothRow(const Maps& maps, int32_t by, RidgeDensityScratch* scratch) {
             sums += LoadVector<U8x16>(measured.sums + bx);
             counts += LoadVector<U8x16>(measured.counts + bx);
         }
-        uint8_t divisors[kVectorBytes];
-        StoreVector(counts, divisors);
-        // Twice 4 x sum + count / 2: the reciprocals stand for 2^15, not for 2^16.
-        const U16x16 dividends = Widen(sums) * uint16_t{8} + Widen(counts & uint8_t{0xFE});
-        const U8x16 means = Narrow(MultiplyHigh(dividends, LookUp(kReciprocals.of, divisors)));
+        const U16x16 dividends = Widen(sums) * uint16_t{4} + (Widen(counts) >> 1);
+        const U8x16 means = Narrow(kReciprocals.Quotients(dividends, counts));
         const U8x16 holes = AsLanes<U8x16>(counts == U8x16{}) & kHole;
         const U8x16 isForeground =
             AsLanes<U8x16>(AsLanes<I8x16>(LoadVector<U8x16>(scratch->direction + bx)) >= I8x16{});
@@ -224,12 +259,14 @@ void SmoothRow(const Maps& maps, int32_t by, RidgeDensityScratch* scratch) {
     memcpy(maps.period + by * maps.columns, scratch->smoothed, rowBytes);
 }
 
-void SmoothPeriods(const Maps& maps, RidgeDensityScratch* scratch) {
-    memset(scratch->row, 0, sizeof(scratch->row));  // values of 0 beyond either end
+void FindPeriods(const uint8_t* image, int32_t width, const Maps& maps,
+                 RidgeDensityScratch* scratch) {
+    memset(scratch->row, 0, sizeof(scratch->row));
+    memset(&scratch->profiles, 0, sizeof(scratch->profiles));
     int32_t nextMeasured = 0;
     for (int32_t by = 0; by < maps.rows; ++by) {
         for (; nextMeasured <= Min(by + kReach, maps.rows - 1); nextMeasured += kMeasuredStep) {
-            SumColumns(maps, nextMeasured, scratch);
+            SumColumns(image, width, maps, nextMeasured, scratch);
         }
         SmoothRow(maps, by, scratch);
     }
@@ -285,8 +322,6 @@ void GetRidgeDensity(uint8_t* buffer, int32_t width, int32_t height) {
     for (int32_t rayClass = 0; rayClass < kRayClasses; ++rayClass) {
         MakeOffsets(rayClass, width, scratch->offsets[rayClass]);
     }
-    memset(maps.period, 0, static_cast<size_t>(maps.columns) * static_cast<size_t>(maps.rows));
-    MeasurePeriods(buffer, width, maps, *scratch);
-    SmoothPeriods(maps, scratch);
+    FindPeriods(buffer, width, maps, scratch);
     FillHoles(maps);
 }
