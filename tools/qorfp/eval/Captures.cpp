@@ -50,8 +50,8 @@ CaptureFolder ListCaptures(const std::string& folder, const NamePattern& pattern
     }
     if (found.captures.empty()) {
         throw ToolError(folder,
-                        "holds no .pgm, .png, .bmp, .tif, .tiff, .jp2 or .j2k file whose name fits "
-                        "the pattern");
+                        "holds no .pgm, .png, .bmp, .tif, .tiff, .jp2 or .j2k file named \"" +
+                            pattern.Text() + "\" (see --pattern)");
     }
     std::sort(found.captures.begin(), found.captures.end(), ComesBefore);
     for (size_t i = 1; i < found.captures.size(); ++i) {

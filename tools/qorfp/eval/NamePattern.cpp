@@ -36,7 +36,7 @@ size_t SkipDigits(const std::string& text, size_t at) {
 
 }  // namespace
 
-NamePattern::NamePattern(const std::string& pattern) {
+NamePattern::NamePattern(const std::string& pattern) : text_(pattern) {
     int fingers = 0;
     int impressions = 0;
     for (size_t at = 0; at < pattern.size();) {

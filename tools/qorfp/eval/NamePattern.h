@@ -24,6 +24,9 @@ class NamePattern {
     /// character.
     std::optional<NameParts> Match(const std::string& name) const;
 
+    /// As it was given.
+    const std::string& Text() const { return text_; }
+
   private:
     enum class Kind { kText, kFinger, kImpression, kAny };
 
@@ -34,6 +37,7 @@ class NamePattern {
 
     bool MatchFrom(size_t piece, const std::string& name, size_t at, NameParts& parts) const;
 
+    std::string text_;
     std::vector<Piece> pieces_;
 };
 
