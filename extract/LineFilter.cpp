@@ -129,39 +129,58 @@ void qorfp::SmoothBinaryInside(const SampleLines& lines, const uint8_t* map, int
     }
 }
 
-// Two pixels share a 16-bit lane, 256 x upper + lower. Both have weighted sums of at most
-// 256 x 255: the upper one is summed by itself, the lower one is what then remains of the lanes' own
-// sum, modulo 65,536.
+// As inside, but divided by the weights of the samples inside the image. Two of these share a 16-bit
+// lane; what stands for the samples outside is 0 and adds nothing.
 template <bool kIsBinary>
 void qorfp::SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const uint8_t* inside,
                            uint8_t* out) {
-    const U16x8 centre = LoadTile<kIsBinary>(tile);
+    const uint8_t* odd = Hidden(tile + kQuadBytes);
     const U16x8 centreWeights = Load(line.centreWeight);
-    U16x8 laneSums = centre * centreWeights;
-    U16x8 upperSums = (centre >> 8) * centreWeights;
-    U16x8 laneWeights = {};  // without the centre's: less than 256, upper and lower
+    U16x8 laneWeights = {};  // without the centre's: less than 256 each
+    // At most 256 x 255: of the lower and the upper pixels of the lanes. Of a binary image, the black
+    // samples' weights without the centre's share a lane, too.
+    U16x8 lowerSums = {};
+    U16x8 upperSums = {};
     const SamplePair* end = Hidden(line.pairs + kMostPairs);  // so that the loop stays one
     const LineWeight* weight = line.weights;
     for (const SamplePair* at = line.pairs; at != end; ++at, ++weight) {
-        const SamplePair& pair = *at;
-        const U16x8 isInA = LoadVector<U16x8>(inside + pair.ahead);
-        const U16x8 isInB = LoadVector<U16x8>(inside + pair.behind);
-        const U16x8 a = LoadTile<kIsBinary>(tile + pair.ahead) & isInA;
-        const U16x8 b = LoadTile<kIsBinary>(tile + pair.behind) & isInB;
+        const SamplePair pair = *at;
         const U16x8 weights = Load(*weight);
-        laneSums += (a + b) * weights;
-        upperSums += ((a >> 8) + (b >> 8)) * weights;
-        const U16x8 bothWeights = weights << 8 | weights;
-        laneWeights += (bothWeights & isInA) + (bothWeights & isInB);
+        const auto bothBytes = [=](const uint8_t* bytes) {
+            return AsLanes<U16x8>(LoadVector<U8x16>(bytes + pair.ahead) +
+                                  LoadVector<U8x16>(bytes + pair.behind));
+        };
+        const auto bothLanes = [=](const uint8_t* bytes) {
+            return LoadVector<U16x8>(bytes + pair.ahead) + LoadVector<U16x8>(bytes + pair.behind);
+        };
+        laneWeights += bothBytes(inside) * weights;
+        if constexpr (kIsBinary) {
+            lowerSums += bothBytes(tile) * weights;
+        } else {
+            lowerSums += bothLanes(tile) * weights;
+            upperSums += bothLanes(odd) * weights;
+        }
     }
     const U16x16 sideWeights = {laneWeights & kLower, laneWeights >> 8};
+    const U16x16 weights = sideWeights + centreWeights[0];
+    if constexpr (kIsBinary) {
+        // 255 times the white samples' weights.
+        const U16x8 centre = LoadVector<U16x8>(tile);
+        upperSums = weights.high - (lowerSums >> 8) - (centre >> 8) * centreWeights;
+        lowerSums = weights.low - (lowerSums & kLower) - (centre & kLower) * centreWeights;
+        upperSums = (upperSums << 8) - upperSums;
+        lowerSums = (lowerSums << 8) - lowerSums;
+    } else {
+        lowerSums += LoadVector<U16x8>(tile) * centreWeights;
+        upperSums += LoadVector<U16x8>(odd) * centreWeights;
+    }
     uint8_t places[kTileBytes];
     StoreVector(Narrow(sideWeights), places);
-    const U16x16 reciprocals = LookUp(kReciprocals.of + centreWeights[0], places);
-    const U16x8 lower =
-        Divide(laneSums - (upperSums << 8), sideWeights.low + centreWeights, reciprocals.low);
-    const U16x8 upper = Divide(upperSums, sideWeights.high + centreWeights, reciprocals.high);
-    StoreVector(upper << 8 | lower, out);
+    // Or else compilers store the vector again for each of its bytes.
+    const U16x16 reciprocals = LookUp(kReciprocals.of + centreWeights[0], Hidden(places));
+    StoreVector(Join({Divide(lowerSums, weights.low, reciprocals.low),
+                      Divide(upperSums, weights.high, reciprocals.high)}),
+                out);
 }
 
 template void qorfp::SmoothAtBorder<false>(const SampleLine& line, const uint8_t* tile,

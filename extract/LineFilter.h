@@ -79,8 +79,8 @@ void SmoothBinaryInside(const SampleLines& lines, const uint8_t* map, int32_t bl
                         const uint8_t* tile, uint8_t* out);
 
 /// Smooths a block whose samples outside the image do not count.
-/// @param tile in quad rows of a binary image, in pair rows of a grey one
-/// @param inside what `tile` is to the quad rows, in quad rows of 255 for each pixel of the image and 0
+/// @param tile in quad rows of a binary image, in pair rows of a grey one; 0 outside the image
+/// @param inside what `tile` is to the quad rows, in quad rows of 1 for each pixel of the image and 0
 ///        outside
 template <bool kIsBinary>
 void SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const uint8_t* inside,

@@ -37,9 +37,10 @@ constexpr int32_t TopOfGroup(int32_t group) {
 struct SmoothRidgeScratch {
     uint8_t lines[sizeof(SampleLines) + kVectorBytes];  // from the first multiple of 16 on
     uint8_t quads[(kGroups + kCopiedGroups) * kGroupBytes];
-    uint32_t inside[kQuadRows][kQuadColumns];     // of a block row: 255 for each pixel of the image
+    uint32_t inside[kQuadRows][kQuadColumns];     // of a block row: 1 for each pixel of the image
     uint8_t tiles[kMaxBlockColumns][kTileBytes];  // a block row, smoothed
     uint8_t narrow[kRowsOfGroup][kVectorBytes];   // rows shorter than a vector
+    uint8_t blank[kMaxStageWidth];                // what stands for rows outside the image
 };
 static_assert(FitsEveryImage(sizeof(SmoothRidgeScratch)), "fits behind every accepted image");
 
@@ -55,15 +56,30 @@ struct Image {
     uint8_t* Row(int32_t y) const { return pixels + y * width; }
 };
 
-// Makes the quad rows of a group, of a binary image; of a grey one, its pair rows. On images of a width 1 modulo 4, samples go to the column behind a
-// row's end: that is the next row's first pixel. What stands for rows outside the image does not
-// matter.
+// In quad rows and pair rows stands 0 for what lies outside the image: white, or black.
+constexpr uint8_t BlankPixel(bool isBinary) {
+    return isBinary ? 255 : 0;
+}
+
+void ClearMargins(const Image& image, bool isBinary, SmoothRidgeScratch* scratch) {
+    for (int32_t row = 0; row < (kGroups + kCopiedGroups) * kBlockSide; ++row) {
+        uint8_t* quads = scratch->quads + row * kQuadBytes;
+        const int32_t end = kBlockSide * (kLineReach + Max(image.width, kVectorBytes));
+        memset(quads, 0, kBlockSide * kLineReach);
+        memset(quads + end, 0, kBlockSide * kLineReach);
+    }
+    memset(scratch->blank, BlankPixel(isBinary), sizeof(scratch->blank));
+    memset(scratch->narrow, BlankPixel(isBinary), sizeof(scratch->narrow));
+}
+
+// Makes the quad rows of a group, of a binary image; of a grey one, its pair rows.
 template <bool kIsBinary>
 void MakeGroup(const Image& image, int32_t group, SmoothRidgeScratch* scratch) {
-    int32_t columns = image.width + (image.width % kBlockSide == 1 ? 1 : 0);
+    int32_t columns = image.width;
     const uint8_t* rows[kRowsOfGroup];
     for (int32_t row = 0; row < kRowsOfGroup; ++row) {
-        rows[row] = image.Row(Clamp(TopOfGroup(group) + row, 0, image.height - 1));
+        const int32_t y = TopOfGroup(group) + row;
+        rows[row] = y >= 0 && y < image.height ? image.Row(y) : scratch->blank;
         if (columns < kVectorBytes) {
             memcpy(scratch->narrow[row], rows[row], static_cast<size_t>(columns));
             rows[row] = scratch->narrow[row];
@@ -111,23 +127,55 @@ void MakeGroup(const Image& image, int32_t group, SmoothRidgeScratch* scratch) {
     }
 }
 
-// Marks what is a pixel of the image in the quad rows of a block row.
+// On images of a width 1 modulo 4, samples of blocks inside go to the column behind a row's end: that is
+// the next row's first pixel, which is never smoothed. Gives the pixels of that column in the quad rows
+// of a block row, or blank ones.
+template <bool kIsBinary>
+void SetEndColumn(const Image& image, int32_t by, bool isBlank, SmoothRidgeScratch* scratch) {
+    uint8_t* quads =
+        scratch->quads + by % kGroups * kGroupBytes + kBlockSide * (kLineReach + image.width);
+    for (int32_t quad = 0; quad < kQuadRows; ++quad) {
+        uint8_t pixels[kBlockSide];
+        for (int32_t row = 0; row < kBlockSide; ++row) {
+            const int32_t y = TopOfGroup(by) + quad + row + 1;
+            pixels[row] =
+                isBlank || y < 0 || y >= image.height ? BlankPixel(kIsBinary) : *image.Row(y);
+            if constexpr (kIsBinary) {
+                ++pixels[row];
+            }
+        }
+        if constexpr (kIsBinary) {
+            memcpy(quads, pixels, sizeof(pixels));
+        } else {
+            const uint16_t pair[2] = {pixels[0], pixels[2]};
+            memcpy(quads, pair, sizeof(pair));
+        }
+        quads += kQuadBytes;
+    }
+}
+
+// Marks what is a pixel of the image in the quad rows of a block row. Those of the block row above are
+// marked already.
 void MarkInside(const Image& image, int32_t by, SmoothRidgeScratch* scratch) {
     for (int32_t quad = 0; quad < kQuadRows; ++quad) {
         uint8_t marks[kBlockSide];
         for (int32_t row = 0; row < kBlockSide; ++row) {
             const int32_t y = TopOfGroup(by) + quad + row;
-            marks[row] = y >= 0 && y < image.height ? 255 : 0;
+            marks[row] = y >= 0 && y < image.height ? 1 : 0;
         }
         uint32_t column;
         memcpy(&column, marks, sizeof(column));
         uint32_t* columns = scratch->inside[quad];
+        if (by > 0 && columns[kLineReach] == column) {
+            continue;
+        }
         memset(columns, 0, kLineReach * sizeof(column));
         columns += kLineReach;
-        for (int32_t x = 0; x < image.width; ++x) {
+        const int32_t width = image.width;
+        for (int32_t x = 0; x < width; ++x) {
             columns[x] = column;
         }
-        memset(columns + image.width, 0, kLineReach * sizeof(column));
+        memset(columns + width, 0, kLineReach * sizeof(column));
     }
 }
 
@@ -149,9 +197,17 @@ void SmoothBlockRow(const Image& image, const ExtractLayout& layout, int32_t by,
     const uint8_t* inside = reinterpret_cast<const uint8_t*>(scratch->inside) + offset;
     const SampleLines& lines = *LinesIn(scratch);
     if (firstInside < endInside) {
+        const bool goesBehindRows = image.width % kBlockSide == 1;
+        const auto setEndColumn = isBinary ? SetEndColumn<true> : SetEndColumn<false>;
+        if (goesBehindRows) {
+            setEndColumn(image, by, false, scratch);
+        }
         const auto smooth = isBinary ? SmoothBinaryInside : SmoothInside;
         smooth(lines, map + firstInside, endInside - firstInside, tiles + kTileBytes * firstInside,
                scratch->tiles[firstInside]);
+        if (goesBehindRows) {
+            setEndColumn(image, by, true, scratch);
+        }
     }
     const auto smoothAtBorder = isBinary ? SmoothAtBorder<true> : SmoothAtBorder<false>;
     for (int32_t bx = 0; bx < layout.blockColumns; ++bx) {
@@ -185,22 +241,24 @@ void WriteBack(const Image& image, int32_t by, int32_t blockColumns,
     constexpr int32_t kTiles = kVectorBytes / kBlockSide;
     uint8_t* pixels = image.Row(kBlockSide * by + 1) + 1;
     const ptrdiff_t width = image.width;
-    const int32_t last = blockColumns - kTiles;
-    for (int32_t next = 0; next < last + kTiles && last >= 0; next += kTiles) {
-        const int32_t bx = Min(next, last);  // the last two may overlap
-        FourVectors four;
-        for (int32_t tile = 0; tile < kTiles; ++tile) {
-            four.v[tile] = LoadVector<U8x16>(scratch.tiles[bx + tile]);
-        }
-        // Twice, this makes tiles of rows; six times, it changes nothing: here, rows of tiles.
-        four = Interleave(Interleave(Interleave(Interleave(four))));
-        uint8_t* out = pixels + kBlockSide * bx;
-        StoreVector(four.v[0], out);
-        StoreVector(four.v[1], out + width);
-        StoreVector(four.v[2], out + 2 * width);
-        StoreVector(four.v[3], out + 3 * width);
+    if (blockColumns >= kTiles) {
+        const uint8_t* tiles = scratch.tiles[0];
+        ForEachVector(0, kBlockSide * blockColumns, [=](ptrdiff_t x) {
+            const uint8_t* from = tiles + kBlockSide * x;
+            FourVectors four = {{LoadVector<U8x16>(from), LoadVector<U8x16>(from + kTileBytes),
+                                 LoadVector<U8x16>(from + 2 * kTileBytes),
+                                 LoadVector<U8x16>(from + 3 * kTileBytes)}};
+            // Twice, this makes tiles of rows; six times, it changes nothing: here, rows of tiles.
+            four = Interleave(Interleave(Interleave(Interleave(four))));
+            uint8_t* out = pixels + x;
+            StoreVector(four.v[0], out);
+            StoreVector(four.v[1], out + width);
+            StoreVector(four.v[2], out + 2 * width);
+            StoreVector(four.v[3], out + 3 * width);
+        });
+        return;
     }
-    for (int32_t bx = 0; blockColumns < kTiles && bx < blockColumns; ++bx) {
+    for (int32_t bx = 0; bx < blockColumns; ++bx) {
         for (int32_t i = 0; i < kTileBytes; ++i) {
             pixels[i % kBlockSide * image.width + kBlockSide * bx + i / kBlockSide] =
                 scratch.tiles[bx][i];
@@ -222,6 +280,7 @@ void qorfp::SmoothRidgeOf(uint8_t* buffer, int32_t width, int32_t height, bool i
     SmoothRidgeScratch* scratch = WorkAt<SmoothRidgeScratch>(buffer + layout.periodMap);
     const bool isBinary = isKnownBinary || IsBinary(buffer, width, height);
     MakeSampleLines(isBinary, LinesIn(scratch));
+    ClearMargins(image, isBinary, scratch);
     const auto makeGroup = isBinary ? MakeGroup<true> : MakeGroup<false>;
     makeGroup(image, 0, scratch);
     makeGroup(image, 1, scratch);
