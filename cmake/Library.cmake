@@ -79,6 +79,7 @@ set_source_files_properties(
   ${PROJECT_SOURCE_DIR}/api/ScaleImage.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirA.cpp
   ${PROJECT_SOURCE_DIR}/extract/CalcDirB.cpp
+  ${PROJECT_SOURCE_DIR}/extract/RemoveNoise.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/NormalizeImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/PuttyImage.cpp
   ${PROJECT_SOURCE_DIR}/preprocess/SmoothImage.cpp
