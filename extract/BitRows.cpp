@@ -39,26 +39,39 @@ bool qorfp::PackBitRow(const uint8_t* pixels, int32_t width, BitRowLine* line, c
     return IsZero(others & uint8_t{0xFE});
 }
 
+namespace {
+
+// 16 bytes of each of `count` bit rows to the pixels that they are of, `width` bytes a row.
+void UnpackStrip(const uint8_t* row, ptrdiff_t segment, ptrdiff_t stride, int32_t count,
+                 uint8_t* out, ptrdiff_t width) {
+    for (int32_t y = 0; y < count; ++y) {
+        const U8x16 bits = LoadVector<U8x16>(row);
+        uint8_t* to = out;
+        for (int32_t k = 0; k < kSegments; ++k) {
+            const U8x16 bit = U8x16{} + static_cast<uint8_t>(1 << k);
+            StoreVector((bits & bit) == bit, to);
+            to += segment;
+        }
+        row += stride;
+        out += width;
+    }
+}
+
+}  // namespace
+
 void qorfp::UnpackBitRows(const BitRows& rows, int32_t first, int32_t end, BitRowLine* line,
                           int32_t width, uint8_t* pixels) {
-    const ptrdiff_t segment = rows.segment;
-    const bool isWhole = width == kSegments * segment;
-    const uint8_t* row = rows.Row(first);
-    for (int32_t y = first; y < end; ++y) {
-        uint8_t* out = isWhole ? pixels : line->pixels;
-        for (ptrdiff_t j = 0; j < segment; j += kVectorBytes) {
-            const U8x16 bits = LoadVector<U8x16>(row + j);
-            uint8_t* to = out + j;
-            for (int32_t k = 0; k < kSegments; ++k) {
-                const U8x16 bit = U8x16{} + static_cast<uint8_t>(1 << k);
-                StoreVector((bits & bit) == bit, to);
-                to += segment;
-            }
+    // As many rows at once as go straight to the image.
+    const int32_t whole = kSegments * rows.segment;
+    const int32_t count = width == whole ? end - first : 1;
+    for (int32_t y = first; y < end; y += count) {
+        uint8_t* out = width == whole ? pixels : line->pixels;
+        for (int32_t j = 0; j < rows.segment; j += kVectorBytes) {
+            UnpackStrip(rows.Row(y) + j, rows.segment, rows.Stride(), count, out + j, whole);
         }
-        if (!isWhole) {
+        if (width != whole) {
             memcpy(pixels, line->pixels, static_cast<size_t>(width));
         }
-        row += rows.Stride();
         pixels += width;
     }
 }
