@@ -4,6 +4,7 @@
 
 #include "extract/FixedMath.h"
 #include "extract/Minutiae.h"
+#include "extract/Vector.h"
 
 namespace {
 
@@ -16,6 +17,11 @@ constexpr int32_t kCloseDistSquared = 36;     // candidates at all this close ar
 constexpr int32_t kSamePlaceDistSquared = 8;  // bifurcations at most this far are one
 constexpr int32_t kOpposedDistSquared = 20;   // opposed candidates closer than this
 constexpr int32_t kOpposedDeviation = 19;     // steps off exactly opposed directions
+
+struct Place {
+    int16_t x;
+    int16_t y;
+};
 
 int32_t DistSquared(const Candidate& a, const Candidate& b) {
     return Square(a.x - b.x) + Square(a.y - b.y);
@@ -53,13 +59,25 @@ void qorfp::CompactCandidates(CandidateList* list) {
 }
 
 void qorfp::DeleteCrowded(CandidateList* list) {
+    constexpr int32_t kGroup = 4;  // places in a vector
+    static_assert(kMaxCandidates % kGroup == 0, "whole vectors");
+    constexpr Place kFarAway = {-16384, -16384};
+    Place places[kMaxCandidates];
+    int32_t end = 0;  // of the last group
+    for (; end < list->count || end % kGroup != 0; ++end) {
+        places[end] = end < list->count ? Place{list->items[end].x, list->items[end].y} : kFarAway;
+    }
     for (int32_t i = 0; i < list->count; ++i) {
-        int32_t neighbours = -1;  // not itself
-        for (int32_t j = 0; j < list->count; ++j) {
+        const Place here[kGroup] = {places[i], places[i], places[i], places[i]};
+        const I16x8 centre = LoadVector<I16x8>(here);
+        I32x4 counts = {};  // negative
+        for (int32_t j = 0; j < end; j += kGroup) {
             // Candidates deleted in this pass still count.
-            neighbours += DistSquared(list->items[i], list->items[j]) < kCrowdDistSquared ? 1 : 0;
+            const I16x8 distances = LoadVector<I16x8>(places + j) - centre;
+            counts += MultiplyPairs(distances, distances) < kCrowdDistSquared;
         }
-        if (neighbours > kMostNeighbours) {
+        const int32_t neighbours = -(counts[0] + counts[1] + counts[2] + counts[3]) - 1;
+        if (neighbours > kMostNeighbours) {  // without itself
             list->items[i].direction = kDeleted;
         }
     }
@@ -68,9 +86,10 @@ void qorfp::DeleteCrowded(CandidateList* list) {
 void qorfp::DeleteClosePairs(CandidateList* list) {
     for (int32_t i = 0; i < list->count; ++i) {
         Candidate* first = &list->items[i];
-        for (int32_t j = 0; j < list->count && first->direction != kDeleted; ++j) {
+        // One before it is deleted already if it is too close to this one, which is not.
+        for (int32_t j = i + 1; j < list->count && first->direction != kDeleted; ++j) {
             Candidate* second = &list->items[j];
-            if (j != i && second->direction != kDeleted && AreTooClose(*first, *second)) {
+            if (second->direction != kDeleted && AreTooClose(*first, *second)) {
                 first->direction = kDeleted;
                 second->direction = kDeleted;
             }
