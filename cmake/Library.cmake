@@ -19,6 +19,7 @@ add_library(qorfp_objects OBJECT
   ${PROJECT_SOURCE_DIR}/engine/FPEngine.cpp
   ${PROJECT_SOURCE_DIR}/engine/Template.cpp
   ${PROJECT_SOURCE_DIR}/extract/BinImage.cpp
+  ${PROJECT_SOURCE_DIR}/extract/BinaryGradients.cpp
   ${PROJECT_SOURCE_DIR}/extract/BitRows.cpp
   ${PROJECT_SOURCE_DIR}/extract/BlockGradients.cpp
   ${PROJECT_SOURCE_DIR}/extract/BoxSmooth.cpp

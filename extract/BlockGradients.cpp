@@ -62,6 +62,10 @@ void qorfp::FindGradients(const uint8_t* const rows[kRowsOfBlock], int32_t block
         StoreVector(RoundSixteenth(Narrow(low.x, high.x)), gradients->x + column);
         StoreVector(RoundSixteenth(Narrow(low.y, high.y)), gradients->y + column);
     }
+    ClearBeyond(blockColumns, gradients);
+}
+
+void qorfp::ClearBeyond(int32_t blockColumns, GradientRow* gradients) {
     const int32_t beyond = PadColumns(blockColumns) - blockColumns;
     memset(gradients->x + blockColumns, 0, static_cast<size_t>(beyond) * sizeof(int16_t));
     memset(gradients->y + blockColumns, 0, static_cast<size_t>(beyond) * sizeof(int16_t));

@@ -36,4 +36,7 @@ struct GradientRow {
 void FindGradients(const uint8_t* const rows[kRowsOfBlock], int32_t blockColumns,
                    GradientRow* gradients);
 
+/// Sets the gradients beyond the last block to 0, up to PadColumns.
+void ClearBeyond(int32_t blockColumns, GradientRow* gradients);
+
 }  // namespace qorfp

@@ -5,6 +5,7 @@
 #include <stddef.h>
 #include <string.h>
 
+#include "extract/BinaryGradients.h"
 #include "extract/BinaryImage.h"
 #include "extract/BlockGradients.h"
 #include "extract/FPExtract.h"
@@ -23,7 +24,10 @@ constexpr int32_t kSmoothedBlocks = 8;
 constexpr int32_t kSmoothedRows = kSmoothedBlocks * kBlockSide;
 
 struct CalcDirBScratch {
-    PixelRow smoothed[kSmoothedRows + 1];
+    PixelRow smoothed[kSmoothedRows + 1];  // of a grey image
+    PixelRow above;                        // of a binary one, for its first row
+    PixelRow below;                        // and for its last one
+    BinaryGradientParts parts;
     GradientRow gradients;
     ProductRow differences;
     ProductRow mixed;
@@ -52,7 +56,7 @@ struct Covered {
 
 // Binomial 3 x 3 smoothing of any image: sums of three pixels across, weighted 1 2 1, of which three
 // are weighted 1 2 1 again.
-struct GreySmoothing {
+struct Smoothing {
     // With the row's share in the rounding: three times 2, weighted, make 8.
     QORFP_INLINE static RowShares<U16x16> Share(const uint8_t* pixels) {
         const U16x16 centre = Split(LoadVector<U8x16>(pixels));
@@ -64,25 +68,9 @@ struct GreySmoothing {
     QORFP_INLINE static U8x16 Finish(U16x16 sums) { return Join(sums >> 4); }
 };
 
-// The same of an image of 0 and 255 alone, as BinImageA leaves it. 255 is -1 in a byte, so the sums
-// are of white pixels, 0..16 of them, negative: (255 x n + 8) / 16 is 16 x n, less 1 above 8.
-struct BinarySmoothing {
-    QORFP_INLINE static RowShares<U8x16> Share(const uint8_t* pixels) {
-        const U8x16 centre = LoadVector<U8x16>(pixels);
-        const U8x16 sums =
-            LoadVector<U8x16>(pixels - 1) + centre + centre + LoadVector<U8x16>(pixels + 1);
-        return {sums + sums, sums};
-    }
-    QORFP_INLINE static U8x16 Finish(U8x16 negative) {
-        const U8x16 isAbove8 = AsLanes<U8x16>(AsLanes<I8x16>(negative) < -8);
-        return isAbove8 - (negative << 4);
-    }
-};
-
 // Smooths the rows `top` .. `top` + kSmoothedRows, as far as they are covered; the first one is the
 // last of the rows before. The outermost rows and columns stay as they are: smoothing would look
 // beyond the covered part.
-template <class Smoothing>
 void SmoothRows(const Covered& covered, int32_t top, CalcDirBScratch* scratch) {
     PixelRow* smoothed = scratch->smoothed;
     const size_t rowBytes = static_cast<size_t>(covered.lastColumn) + 1;
@@ -99,19 +87,42 @@ void SmoothRows(const Covered& covered, int32_t top, CalcDirBScratch* scratch) {
     }
 }
 
-using RowSmoother = void (*)(const Covered& covered, int32_t top, CalcDirBScratch* scratch);
-
-void FindProducts(const Covered& covered, RowSmoother smoothRows, int32_t blockRow,
-                  int32_t blockColumns, CalcDirBScratch* scratch) {
+void FindGreyGradients(const Covered& covered, int32_t blockRow, int32_t blockColumns,
+                       CalcDirBScratch* scratch) {
     const int32_t top = blockRow % kSmoothedBlocks * kBlockSide;
     if (top == 0) {
-        smoothRows(covered, kBlockSide * blockRow, scratch);
+        SmoothRows(covered, kBlockSide * blockRow, scratch);
     }
     const uint8_t* rows[kRowsOfBlock];
     for (int32_t row = 0; row < kRowsOfBlock; ++row) {
         rows[row] = scratch->smoothed[top + row];
     }
     FindGradients(rows, blockColumns, &scratch->gradients);
+}
+
+// The same of an image of 0 and 255 alone, as BinImageA leaves it.
+void FindBinaryGradients(const Covered& covered, int32_t blockRow, int32_t blockColumns,
+                         CalcDirBScratch* scratch) {
+    const int32_t top = kBlockSide * blockRow;
+    const int32_t bottom = top + kBlockSide;
+    RowsAroundBlocks rows = {scratch->above, covered.Row(top), covered.width, scratch->below};
+    if (top > 0) {
+        rows.above = covered.Row(top - 1);
+    } else {
+        MakeRowBeyond(covered.Row(0), covered.Row(1), blockColumns, scratch->above);
+    }
+    if (bottom < covered.lastRow) {
+        rows.below = covered.Row(bottom + 1);
+    } else {
+        MakeRowBeyond(covered.Row(bottom), covered.Row(bottom - 1), blockColumns, scratch->below);
+    }
+    FindBinaryGradients(rows, blockColumns, &scratch->parts, &scratch->gradients);
+}
+
+void FindProducts(const Covered& covered, bool isBinary, int32_t blockRow, int32_t blockColumns,
+                  CalcDirBScratch* scratch) {
+    const auto find = isBinary ? FindBinaryGradients : FindGreyGradients;
+    find(covered, blockRow, blockColumns, scratch);
     for (int32_t column = 0; column < blockColumns; column += 8) {
         const I16x8 x = LoadVector<I16x8>(scratch->gradients.x + column);
         const I16x8 y = LoadVector<I16x8>(scratch->gradients.y + column);
@@ -146,11 +157,9 @@ void qorfp::CalcDirBOf(uint8_t* buffer, int32_t width, int32_t height, bool isKn
     scratch->mixedWindow.Clear(kReach);
     const Covered covered = {buffer, width, kBlockSide * columns, kBlockSide * layout.blockRows};
     const bool isBinary = isKnownBinary || IsBinary(buffer, width, height);
-    const RowSmoother smoothRows =
-        isBinary ? SmoothRows<BinarySmoothing> : SmoothRows<GreySmoothing>;
     for (int32_t entering = 0; entering < layout.blockRows + kReach; ++entering) {
         if (entering < layout.blockRows) {
-            FindProducts(covered, smoothRows, entering, columns, scratch);
+            FindProducts(covered, isBinary, entering, columns, scratch);
         } else {
             memset(scratch->differences, 0, sizeof(scratch->differences));
             memset(scratch->mixed, 0, sizeof(scratch->mixed));

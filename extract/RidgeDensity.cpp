@@ -131,13 +131,16 @@ int32_t DecodeOffset(int32_t coded, int32_t width) {
     return dy * width + dx;
 }
 
-// Offsets of a ray's samples, from its far end behind the middle to its far end before it.
-void MakeOffsets(int32_t rayClass, int32_t width, int32_t* offsets) {
-    offsets[kPointsPerRay] = 0;
-    for (int32_t k = 1; k <= kPointsPerRay; ++k) {
-        const int32_t offset = DecodeOffset(gnRP[rayClass * kPointsPerRay + k - 1], width);
-        offsets[kPointsPerRay + k] = offset;
-        offsets[kPointsPerRay - k] = -offset;
+// Offsets of each ray's samples, from its far end behind the middle to its far end before it. One loop
+// for all: compilers unroll two.
+void MakeOffsets(int32_t width, int32_t (*offsets)[kProfileSamples]) {
+    for (int32_t point = 0; point < kRayClasses * kPointsPerRay; ++point) {
+        const int32_t offset = DecodeOffset(gnRP[point], width);
+        const int32_t distance = point % kPointsPerRay + 1;
+        int32_t* middle = offsets[point / kPointsPerRay] + kPointsPerRay;
+        middle[-distance] = -offset;
+        middle[0] = 0;
+        middle[distance] = offset;
     }
 }
 
@@ -319,9 +322,7 @@ void GetRidgeDensity(uint8_t* buffer, int32_t width, int32_t height) {
     RidgeDensityScratch* scratch = WorkAt<RidgeDensityScratch>(buffer + layout.scratch);
     const Maps maps = {buffer + layout.directionMap, buffer + layout.periodMap, layout.blockColumns,
                        layout.blockRows};
-    for (int32_t rayClass = 0; rayClass < kRayClasses; ++rayClass) {
-        MakeOffsets(rayClass, width, scratch->offsets[rayClass]);
-    }
+    MakeOffsets(width, scratch->offsets);
     FindPeriods(buffer, width, maps, scratch);
     FillHoles(maps);
 }

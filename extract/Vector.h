@@ -200,6 +200,19 @@ inline U16x8 OddBytes(U8x16 bytes) {
     return kIsBigEndian ? pairs & uint16_t{0xFF} : pairs >> 8;
 }
 
+/// The same with their signs.
+inline I16x8 SignedOddBytes(U8x16 bytes) {
+    const U16x8 pairs = AsLanes<U16x8>(bytes);
+    return AsLanes<I16x8>(kIsBigEndian ? pairs << 8 : pairs) >> 8;
+}
+
+/// Bytes kFirst, kFirst + 4, .. kFirst + 12 with their signs as 32-bit numbers.
+template <int32_t kFirst>
+inline I32x4 SignedFourths(U8x16 bytes) {
+    constexpr uint32_t kBits = 8 * (kIsBigEndian ? kFirst : 3 - kFirst);
+    return AsLanes<I32x4>(AsLanes<U32x4>(bytes) << kBits) >> 24;
+}
+
 /// The results of two comparisons, of the even bytes and of the odd ones, as one for all 16 bytes.
 inline U8x16 JoinMasks(I16x8 even, I16x8 odd) {
     const U16x8 inUpper = AsLanes<U16x8>(kIsBigEndian ? even : odd);

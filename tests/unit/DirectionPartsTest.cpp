@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "extract/BinaryGradients.h"
 #include "extract/BlockGradients.h"
 #include "extract/GradientWindow.h"
 #include "extract/GreyStretch.h"
@@ -82,6 +83,95 @@ TEST(FindGradients, EqualsTheRuleAtEveryLength) {
         for (int32_t column = columns; column < qorfp::PadColumns(columns); ++column) {
             ASSERT_EQ(gradients.x[column], 0) << column << " beyond " << columns;
             ASSERT_EQ(gradients.y[column], 0) << column << " beyond " << columns;
+        }
+    }
+}
+
+// Rows -1 .. 5 around a row of blocks, black and white, with anything behind their last pixels.
+struct BinaryRows {
+    static constexpr int32_t kRows = 7;
+
+    int32_t last;  // column
+    bool isFirst;  // nothing is above row 0, nor below row 4
+    bool isLast;
+    int32_t stride;
+    std::vector<uint8_t> pixels;
+
+    BinaryRows(int32_t columns, int32_t edges, testsupport::Random& random)
+        : last(4 * columns),
+          isFirst((edges & 1) != 0),
+          isLast((edges & 2) != 0),
+          stride(last + 1 + random.Below(9)),
+          pixels(static_cast<size_t>(kRows * stride + 32)) {
+        const int32_t white = random.Between(1, 9);
+        for (size_t at = 0; at < pixels.size(); ++at) {
+            const bool isPixel = static_cast<int32_t>(at) % stride <= last;
+            pixels[at] = static_cast<uint8_t>(isPixel ? (random.Below(10) < white ? 255 : 0)
+                                                      : random.Below(256));
+        }
+    }
+
+    const uint8_t* Row(int32_t y) const { return pixels.data() + (y + 1) * stride; }
+
+    // 3 x 3 binomial, but the outermost pixels as they are.
+    int32_t Smoothed(int32_t x, int32_t y) const {
+        if (x == 0 || x == last || (isFirst && y == 0) || (isLast && y == 4)) {
+            return Row(y)[x];
+        }
+        int32_t sum = 8;
+        for (int32_t dy = -1; dy <= 1; ++dy) {
+            for (int32_t dx = -1; dx <= 1; ++dx) {
+                sum += (2 - std::abs(dx)) * (2 - std::abs(dy)) * Row(y + dy)[x + dx];
+            }
+        }
+        return sum / 16;
+    }
+};
+
+void ExpectBinaryGradients(const BinaryRows& image) {
+    const int32_t columns = image.last / 4;
+    std::vector<uint8_t> above(sizeof(qorfp::PixelRow));
+    std::vector<uint8_t> below(sizeof(qorfp::PixelRow));
+    qorfp::RowsAroundBlocks rows = {image.Row(-1), image.Row(0), image.stride, image.Row(5)};
+    if (image.isFirst) {
+        qorfp::MakeRowBeyond(image.Row(0), image.Row(1), columns, above.data());
+        rows.above = above.data();
+    }
+    if (image.isLast) {
+        qorfp::MakeRowBeyond(image.Row(4), image.Row(3), columns, below.data());
+        rows.below = below.data();
+    }
+    const auto parts = std::make_unique<qorfp::BinaryGradientParts>();
+    qorfp::GradientRow gradients;
+    std::fill(std::begin(gradients.x), std::end(gradients.x), int16_t{7777});
+    std::fill(std::begin(gradients.y), std::end(gradients.y), int16_t{7777});
+    qorfp::FindBinaryGradients(rows, columns, parts.get(), &gradients);
+    for (int32_t column = 0; column < columns; ++column) {
+        const auto at = [&](int32_t dx, int32_t dy) {
+            return image.Smoothed(4 * column + 2 + dx, 2 + dy);
+        };
+        const int32_t x = 3 * (at(1, 0) - at(-1, 0)) + at(1, -1) - at(-1, -1) + at(1, 1) -
+                          at(-1, 1) + at(2, 0) - at(-2, 0);
+        const int32_t y = 3 * (at(0, 1) - at(0, -1)) + at(-1, 1) - at(-1, -1) + at(1, 1) -
+                          at(1, -1) + at(0, 2) - at(0, -2);
+        ASSERT_EQ(gradients.x[column], RoundedSixteenth(x)) << column << " of " << columns;
+        ASSERT_EQ(gradients.y[column], RoundedSixteenth(y)) << column << " of " << columns;
+    }
+    for (int32_t column = columns; column < qorfp::PadColumns(columns); ++column) {
+        ASSERT_EQ(gradients.x[column], 0) << column << " beyond " << columns;
+        ASSERT_EQ(gradients.y[column], 0) << column << " beyond " << columns;
+    }
+}
+
+TEST(FindBinaryGradients, EqualsTheRuleOfSmoothedPixelsAtEveryLength) {
+    testsupport::Random random(testsupport::Seed() + 43);
+    for (int32_t columns = 1; columns <= qorfp::kMaxBlockColumns; ++columns) {
+        for (int32_t edges = 0; edges < 4; ++edges) {
+            SCOPED_TRACE("edges " + std::to_string(edges));
+            ExpectBinaryGradients(BinaryRows(columns, edges, random));
+            if (HasFatalFailure()) {
+                return;
+            }
         }
     }
 }

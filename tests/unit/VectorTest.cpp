@@ -82,6 +82,16 @@ TEST(Vector, JoinsMasks) {
               (Lanes<uint8_t>{0, 255, 255, 255, 255, 0, 0, 0, 0, 0, 0, 255, 255, 0, 0, 255}));
 }
 
+TEST(Vector, PicksBytesWithTheirSigns) {
+    const U8x16 bytes = {1, 255, 3, 128, 127, 129, 7, 0, 200, 10, 254, 12, 13, 14, 100, 250};
+    EXPECT_EQ(LanesOf<int16_t>(qorfp::SignedOddBytes(bytes)),
+              (Lanes<int16_t>{-1, -128, -127, 0, 10, 12, 14, -6}));
+    EXPECT_EQ(LanesOf<int32_t>(qorfp::SignedFourths<0>(bytes)), (Lanes<int32_t>{1, 127, -56, 13}));
+    EXPECT_EQ(LanesOf<int32_t>(qorfp::SignedFourths<1>(bytes)), (Lanes<int32_t>{-1, -127, 10, 14}));
+    EXPECT_EQ(LanesOf<int32_t>(qorfp::SignedFourths<2>(bytes)), (Lanes<int32_t>{3, 7, -2, 100}));
+    EXPECT_EQ(LanesOf<int32_t>(qorfp::SignedFourths<3>(bytes)), (Lanes<int32_t>{-128, 0, 12, -6}));
+}
+
 TEST(Vector, KnowsZero) {
     EXPECT_TRUE(qorfp::IsZero(U8x16{}));
     for (size_t lane = 0; lane < 16; ++lane) {
