@@ -6,6 +6,8 @@
 
 #include <string.h>
 
+#include "extract/FixedMath.h"
+
 using namespace qorfp;
 
 void qorfp::MarkFrame(int32_t width, int32_t segment, uint8_t* frame) {
@@ -61,10 +63,11 @@ void UnpackStrip(const uint8_t* row, ptrdiff_t segment, ptrdiff_t stride, int32_
 
 void qorfp::UnpackBitRows(const BitRows& rows, int32_t first, int32_t end, BitRowLine* line,
                           int32_t width, uint8_t* pixels) {
-    // As many rows at once as go straight to the image.
+    constexpr int32_t kMostRows = 16;  // at once: the next strip of their pixels is in the cache
     const int32_t whole = kSegments * rows.segment;
-    const int32_t count = width == whole ? end - first : 1;
+    int32_t count = 1;
     for (int32_t y = first; y < end; y += count) {
+        count = width == whole ? Min(kMostRows, end - y) : 1;
         uint8_t* out = width == whole ? pixels : line->pixels;
         for (int32_t j = 0; j < rows.segment; j += kVectorBytes) {
             UnpackStrip(rows.Row(y) + j, rows.segment, rows.Stride(), count, out + j, whole);
@@ -72,6 +75,6 @@ void qorfp::UnpackBitRows(const BitRows& rows, int32_t first, int32_t end, BitRo
         if (width != whole) {
             memcpy(pixels, line->pixels, static_cast<size_t>(width));
         }
-        pixels += width;
+        pixels += count * width;
     }
 }
