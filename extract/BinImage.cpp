@@ -73,20 +73,47 @@ U16x8 LoadWhole(const uint16_t* from) {
     return LoadAligned<U16x8>(from);
 }
 
+// What rows give to the ring's test, as the strips of a band add it up: nine times a pixel, less the
+// sums of its own row and of the rows above and below.
+struct OwnShare {
+    U16x8 low;
+    U16x8 high;
+};
+
+struct RingSums {
+    U16x8 low;
+    U16x8 high;
+};
+
+QORFP_INLINE RingSums operator+(RingSums above, OwnShare own) {
+    return {own.low - above.low, own.high - above.high};
+}
+
+QORFP_INLINE RingSums operator+(RingSums rest, RingSums below) {
+    return {rest.low - below.low, rest.high - below.high};
+}
+
 // The eight pixels' sum is greater than 8 x the pixel exactly when the sum of all nine is greater
 // than 9 x the pixel. The rows of the ring are three apart.
 struct RingFilter {
-    U16x8 nine = Factor(9);
+    struct Shares {
+        OwnShare own;
+        RingSums neighbours;
+    };
 
-    QORFP_INLINE RowShares<U16x16> Share(const uint8_t* pixels) const {
+    U16x8 nine = Factor(9);
+    U16x8 minusOne = Factor(0xFFFF);  // or else compilers make two operations of a comparison
+
+    QORFP_INLINE Shares Share(const uint8_t* pixels) const {
         const U16x16 centre = Split(LoadVector<U8x16>(pixels));
         const U16x16 sums = Split(LoadVector<U8x16>(pixels - kRingDistance)) + centre +
                             Split(LoadVector<U8x16>(pixels + kRingDistance));
-        return {sums - centre * nine, sums};
+        return {{centre.low * nine - sums.low, centre.high * nine - sums.high},
+                {sums.low, sums.high}};
     }
-    QORFP_INLINE static U8x16 Finish(U16x16 differences) {
-        return ~JoinMasks(AsLanes<I16x8>(differences.low) > 0,
-                          AsLanes<I16x8>(differences.high) > 0);
+    QORFP_INLINE U8x16 Finish(RingSums rests) const {
+        return JoinMasks(AsLanes<I16x8>(rests.low) > AsLanes<I16x8>(minusOne),
+                         AsLanes<I16x8>(rests.high) > AsLanes<I16x8>(minusOne));
     }
 };
 
