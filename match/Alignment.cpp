@@ -60,7 +60,8 @@ bool IsShort(Shift shift) {
 bool HasCommonShift(const MatchContext& context, const BarPair& pair, Shift* shift) {
     const Bar& a = context.referenceBars[pair.reference];
     const Bar& b = context.probeBars[pair.probe];
-    if (AngleDistance240(a.direction, b.direction) >= kTurnedTolerance) {
+    const int32_t way = Absolute(a.direction - b.direction);
+    if (Min(way, kTurn - way) >= kTurnedTolerance) {
         return false;
     }
     const Shift first =
@@ -135,6 +136,8 @@ void RotateInfo(MatchContext* context, int32_t angle) {
         uint8_t* direction = &context->probeBars[bar].direction;
         const int32_t turned = *direction + angle;
         *direction = static_cast<uint8_t>(turned >= kTurn ? turned - kTurn : turned);
+        // Bar by bar: compilers would collect vectors of these bytes through memory, which takes longer.
+        __asm__ volatile("");
     }
     const int32_t sine = gnSin[kTurn - angle];
     const int32_t cosine = gnCos[kTurn - angle];

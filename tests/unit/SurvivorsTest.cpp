@@ -8,6 +8,7 @@
 #include <array>
 #include <cstdint>
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -20,10 +21,10 @@ namespace {
 using testsupport::WorkBuffer;
 using Template = std::array<uint8_t, 512>;
 
-// 25 minutiae, 40 pixels apart with some disorder: plenty of bars and keys.
-Template Finger() {
+// Minutiae 40 pixels apart with some disorder. 25 have plenty of bars and keys.
+Template Finger(int32_t count = 25) {
     MinutiaSet set = {};
-    set.count = 25;
+    set.count = count;
     for (int32_t i = 0; i < set.count; ++i) {
         Minutia& minutia = set.minutiae[i];
         minutia.attributes = 0;
@@ -76,6 +77,31 @@ TEST(Survivors, MatchNextRefusesADamagedReference) {
         EXPECT_EQ(MatchNext(work.Bytes(), finger.data()), 0);
         EXPECT_TRUE(work.GuardsIntact());
     }
+}
+
+TEST(Survivors, MatchNextRefusesABarOfNoMinutiaWhereverItIs) {
+    WorkBuffer work;
+    MatchContext& context = qorfp::WorkAt<MatchWork>(work.Bytes())->context;
+    std::set<int32_t> rests;  // of fours
+    for (int32_t minutiae = 6; minutiae <= 12; ++minutiae) {
+        SCOPED_TRACE(testing::Message() << minutiae << " minutiae");
+        const Template finger = Finger(minutiae);
+        ASSERT_GT(Match(work.Bytes(), finger.data(), finger.data()), 0);
+        rests.insert(context.referenceBarCount % 4);
+        for (int32_t bar = 0; bar < context.referenceBarCount; ++bar) {
+            for (int16_t* end :
+                 {&context.referenceBars[bar].first, &context.referenceBars[bar].second}) {
+                const int16_t before = *end;
+                for (const int32_t number : {INT16_MIN, -1, minutiae, INT16_MAX}) {
+                    *end = static_cast<int16_t>(number);
+                    EXPECT_EQ(MatchNext(work.Bytes(), finger.data()), 0) << "bar " << bar;
+                }
+                *end = before;
+            }
+        }
+        EXPECT_GT(MatchNext(work.Bytes(), finger.data()), 0);
+    }
+    EXPECT_EQ(rests, (std::set<int32_t>{0, 2}));
 }
 
 struct IndexDamage {
