@@ -42,52 +42,68 @@ inline EightBars LoadBars(const uint64_t* packed) {
              LoadVector<U8x16>(packed + 4), LoadVector<U8x16>(packed + 6)}};
 }
 
-inline void StoreBars(const EightBars& bars, uint64_t* packed) {
-    for (int32_t k = 0; k < 4; ++k) {
-        StoreVector(bars.pairs[k], packed + 2 * k);
-    }
-}
-
 /// The same packed bar twice.
 inline U8x16 Twice(uint64_t packed) {
     return AsLanes<U8x16>(packed + U64x2{});
 }
 
-/// Distances from one bar, byte by byte; angles are circular. The other parts have no other way
-/// round, but distances of theirs are small or stay too great.
-inline EightBars DistancesOf(const EightBars& bars, uint64_t packed) {
-    constexpr uint64_t kFullCircles = PackBar(255, kTurn, kTurn, 255, 0xFFFF, 0xFFFF);
-    const U8x16 other = Twice(packed);
+/// The same packed bar eight times.
+inline EightBars EightTimes(uint64_t packed) {
+    const U8x16 twice = Twice(packed);
+    return {{twice, twice, twice, twice}};
+}
+
+/// Distances byte by byte, where `fullCircles` are the ways round.
+inline U8x16 DistancesBetween(U8x16 a, U8x16 b, U8x16 fullCircles) {
+    const U8x16 way = Greatest(a, b) - Least(a, b);
+    return Least(way, fullCircles - way);
+}
+
+/// Angles are circular. The other parts have no other way round, but distances of theirs are small
+/// or stay too great.
+constexpr uint64_t kFullCircles = PackBar(255, kTurn, kTurn, 255, 0xFFFF, 0xFFFF);
+
+inline EightBars DistancesBetween(const EightBars& bars, const EightBars& others) {
     EightBars distances;
     for (int32_t k = 0; k < 4; ++k) {
-        const U8x16 way = Greatest(bars.pairs[k], other) - Least(bars.pairs[k], other);
-        distances.pairs[k] = Least(way, Twice(kFullCircles) - way);
+        distances.pairs[k] = DistancesBetween(bars.pairs[k], others.pairs[k], Twice(kFullCircles));
     }
     return distances;
 }
 
-/// All ones in each half of a bar of which no byte exceeds its limit.
-inline I16x8 AreWithin(U8x16 distances, uint64_t packedLimits) {
-    const U8x16 limits = Twice(packedLimits);
-    return AsLanes<I16x8>(AsLanes<U32x4>(Greatest(distances, limits)) == AsLanes<U32x4>(limits));
+/// What the bars of two pairs have in the lower halves: length, angles and types.
+inline U8x16 ShapesOf(U8x16 pair, U8x16 next) {
+    if (kIsBigEndian) {
+        return QORFP_PICK_LANES(pair, next, 4, 5, 6, 7, 12, 13, 14, 15, 20, 21, 22, 23, 28, 29, 30,
+                                31);
+    }
+    return QORFP_PICK_LANES(pair, next, 0, 1, 2, 3, 8, 9, 10, 11, 16, 17, 18, 19, 24, 25, 26, 27);
 }
 
-/// Bits 0, 2 .. 14 are set for the bars that may correspond.
-inline uint32_t FindNear(const EightBars& distances) {
-    constexpr uint32_t kAttributes = PackAttributes(kDisorderTolerance, kDensityTolerance);
-    constexpr uint64_t kLimits = PackBar(kLengthTolerance, kAngleTolerance, kAngleTolerance,
-                                         kHighestTypeDistance, kAttributes, kAttributes);
-    const U8x16 low =
-        NarrowMask(AreWithin(distances.pairs[0], kLimits), AreWithin(distances.pairs[1], kLimits));
-    const U8x16 high =
-        NarrowMask(AreWithin(distances.pairs[2], kLimits), AreWithin(distances.pairs[3], kLimits));
-    const uint32_t halves = SetLanes(NarrowMask(AsLanes<I16x8>(low), AsLanes<I16x8>(high)));
-    return halves & halves >> 1 & 0x5555;
+inline U8x16 FourTimes(uint64_t shape) {
+    return AsLanes<U8x16>(static_cast<uint32_t>(shape & UINT32_MAX) + U32x4{});
 }
 
-/// Such bits of the first bars; none for a count of 0 or less.
+/// Bits 0..7 are set for the bars whose length and angles are within the tolerances from those of one
+/// bar. As a rule, the rest of them is then, too.
+inline uint32_t FindNear(const EightBars& bars, uint64_t packed) {
+    const U8x16 shape = FourTimes(packed);
+    const U8x16 limits = FourTimes(
+        PackBar(kLengthTolerance, kAngleTolerance, kAngleTolerance, kHighestTypeDistance, 0, 0));
+    const auto areNear = [&](U8x16 shapes) {
+        const U8x16 distances = DistancesBetween(shapes, shape, FourTimes(kFullCircles));
+        return AsLanes<I16x8>(AsLanes<U32x4>(Greatest(distances, limits)) ==
+                              AsLanes<U32x4>(limits));
+    };
+    const I16x8 halves =
+        AsLanes<I16x8>(NarrowMask(areNear(ShapesOf(bars.pairs[0], bars.pairs[1])),
+                                  areNear(ShapesOf(bars.pairs[2], bars.pairs[3]))));
+    return SetLanes(NarrowMask(halves, halves)) & 0xFF;
+}
+
+/// Such bits of the first bars, 0 or more.
 inline uint32_t FirstBars(int32_t count) {
-    return (1u << 2 * Clamp(count, 0, kComparedBars)) - 1;
+    return (1u << Min(count, kComparedBars)) - 1;
 }
 
 /// The same distances, a lane for each of the eight bars.
@@ -144,14 +160,27 @@ inline U16x8 LikenessOf(const DistanceLanes& distances) {
     return ScaleByTypes(likeness, HighBytes(distances.angleAndTypes)) & isEnough;
 }
 
-/// The weights of pairs within the tolerances: the likeness, reduced by the distances of the
-/// attributes; 0 for bars that do not correspond after all.
+/// All ones for the pairs within all tolerances.
+inline U16x8 AreWithin(const DistanceLanes& distances) {
+    const auto areWithin = [](U16x8 lanes, uint32_t low, uint32_t high) {
+        const U16x8 limits = EveryLane(static_cast<uint16_t>(low | high << 8));
+        const U8x16 greatest = Greatest(AsLanes<U8x16>(lanes), AsLanes<U8x16>(limits));
+        return AsLanes<U16x8>(AsLanes<U16x8>(greatest) == limits);
+    };
+    return areWithin(distances.lengthAndAngle, kLengthTolerance, kAngleTolerance) &
+           areWithin(distances.angleAndTypes, kAngleTolerance, kHighestTypeDistance) &
+           areWithin(distances.firstAttributes, kDisorderTolerance, kDensityTolerance) &
+           areWithin(distances.secondAttributes, kDisorderTolerance, kDensityTolerance);
+}
+
+/// The weights of pairs: the likeness, reduced by the distances of the attributes; 0 for bars that do
+/// not correspond.
 inline U16x8 WeightsOf(const DistanceLanes& distances) {
     const U16x8 attributes = distances.firstAttributes + distances.secondAttributes;
     const U16x8 density = HighBytes(attributes);
     const U16x8 disorderPart = LikenessOf(distances) * (kDisorderRange - LowBytes(attributes)) >> 5;
     const U16x8 weights = (kDensityRange - density) * disorderPart / kDensityRange;
-    return weights & AsLanes<U16x8>(density <= kDensitySumTolerance);
+    return weights & AsLanes<U16x8>(density <= kDensitySumTolerance) & AreWithin(distances);
 }
 
 }  // namespace qorfp

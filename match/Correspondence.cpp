@@ -1,12 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 //
 // Corresponding bars. Each probe bar is compared with the reference bars in the list of its own
-// sectors, eight at a time. How long a list is, and whether it holds a bar that corresponds, is as
-// good as random, and a processor that guesses it wrong loses more time than a comparison takes. So
-// the work is done in batches, by loops without such branches: what comes next is calculated, and
-// what is found is written always but counted only when it is to stay.
+// sectors, eight at a time. How long a list is, and how many bars in it are near, is as good as
+// random, and a processor that guesses it wrong loses more time than a comparison takes. So the work
+// is done in batches, by loops without such branches: what comes next is calculated, and what is
+// found is written always but counted only when it is to stay.
 
 #include "match/Correspondence.h"
+
+#include <string.h>
 
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
@@ -38,7 +40,8 @@ ListPart PartOf(const MatchContext& context, int32_t list, int32_t length) {
     // A damaged record must not lead out of the list.
     const int32_t listBegin = context.sectorStart[list];
     const int32_t listEnd = listBegin + context.sectorLength[list];
-    return {Clamp(begin, listBegin, listEnd), Clamp(end, listBegin, listEnd)};
+    const int32_t partBegin = Clamp(begin, listBegin, listEnd);
+    return {partBegin, Clamp(end, partBegin, listEnd)};
 }
 
 // The probe bars as they are compared, and with which entries.
@@ -58,27 +61,53 @@ void ListProbeBars(MatchContext* context) {
     work->listBegin[context->probeBarCount] = 0;  // read, not used
 }
 
+// A probe bar and an entry of the sector lists whose bars are near each other, as one number: so that
+// several are made from one by adding to the entry.
+constexpr int32_t kProbeBarShift = 16;
+
+constexpr uint32_t NearPair(int32_t probeBar, int32_t entry) {
+    return static_cast<uint32_t>(probeBar) << kProbeBarShift | static_cast<uint32_t>(entry);
+}
+
+constexpr uint32_t ProbeBarOf(uint32_t nearPair) {
+    return nearPair >> kProbeBarShift;
+}
+
+constexpr uint32_t EntryOf(uint32_t nearPair) {
+    return nearPair & 0xFFFF;
+}
+
+// The bits that are set in four, from the lowest on, and their number.
+constexpr int32_t kBits = 4;
+constexpr uint32_t kBitsIn[1 << kBits][kBits] = {
+    {},  {0},    {1},    {0, 1},    {2},    {0, 2},    {1, 2},    {0, 1, 2},
+    {3}, {0, 3}, {1, 3}, {0, 1, 3}, {2, 3}, {0, 2, 3}, {1, 2, 3}, {0, 1, 2, 3}};
+constexpr uint8_t kBitCounts[1 << kBits] = {0, 1, 1, 2, 1, 2, 2, 3, 1, 2, 2, 3, 2, 3, 3, 4};
+
 // Where the next comparison begins.
 struct Position {
     int32_t probeBar;
     int32_t entry;
 };
 
-// Compares until all is done or the batch is full; keeps the comparisons in which some bar is within
-// the tolerances. Gives their number.
-int32_t CompareBars(MatchContext* context, Position* position) {
+// Compares until all is done or the batch is full; keeps the pairs that are near. Gives their number.
+size_t CompareBars(MatchContext* context, Position* position) {
     CorrespondenceWork* const work = &context->correspondence;
-    int32_t kept = 0;
+    constexpr uint32_t kLowBits = (1u << kBits) - 1;
+    size_t kept = 0;
     int32_t bar = position->probeBar;
     int32_t entry = position->entry;
-    while (bar < context->probeBarCount && kept < kBatchSize) {
+    while (bar < context->probeBarCount && kept < kNearPairs) {
         const int32_t end = work->listEnd[bar];
-        const EightBars distances =
-            DistancesOf(LoadBars(context->sectorBars + entry), work->probeBars[bar]);
-        const uint32_t lanes = FindNear(distances) & FirstBars(end - entry);
-        work->compared[kept] = {static_cast<int16_t>(bar), static_cast<int16_t>(entry), lanes};
-        StoreBars(distances, work->distances[kept]);
-        kept += lanes != 0 ? 1 : 0;
+        const uint32_t near =
+            FindNear(LoadBars(context->sectorBars + entry), work->probeBars[bar]) &
+            FirstBars(end - entry);
+        const U32x4 first = NearPair(bar, entry) + U32x4{};
+        StoreVector(first + LoadVector<U32x4>(kBitsIn[near & kLowBits]), work->nearPairs + kept);
+        kept += kBitCounts[near & kLowBits];
+        StoreVector(first + kBits + LoadVector<U32x4>(kBitsIn[near >> kBits]),
+                    work->nearPairs + kept);
+        kept += kBitCounts[near >> kBits];
 
         const int32_t nextList = work->listBegin[bar + 1];
         const bool isLast = entry + kComparedBars >= end;
@@ -86,41 +115,42 @@ int32_t CompareBars(MatchContext* context, Position* position) {
         bar += isLast ? 1 : 0;
     }
     *position = {bar, entry};
+    // The last eight are weighed even if they are fewer.
+    memset(work->nearPairs + kept, 0, kComparedBars * sizeof(work->nearPairs[0]));
     return kept;
 }
 
-// Weighs the compared bars; keeps the comparisons in which some bar corresponds. Gives their number.
-int32_t WeighBars(CorrespondenceWork* work, int32_t count) {
-    int32_t kept = 0;
-    for (int32_t k = 0; k < count; ++k) {
-        Comparison compared = work->compared[k];
-        const U16x8 weights = WeightsOf(LanesOf(LoadBars(work->distances[k])));
-        compared.lanes &= SetLanes(AsLanes<U8x16>(weights > 0));
-        work->compared[kept] = compared;
-        StoreVector(weights, work->weights[kept]);
-        kept += compared.lanes != 0 ? 1 : 0;
+// The packed bars of eight pairs.
+template <class NumberOf>
+EightBars GatherBars(const uint64_t* packed, const uint32_t* nearPairs, NumberOf numberOf) {
+    EightBars bars;
+    for (int32_t k = 0; k < kComparedBars / 2; ++k) {
+        bars.pairs[k] = AsLanes<U8x16>(
+            U64x2{packed[numberOf(nearPairs[2 * k])], packed[numberOf(nearPairs[2 * k + 1])]});
     }
-    return kept;
+    return bars;
 }
 
-// Goes through the corresponding bars one by one and remembers the best partners of both sides.
-void KeepBest(MatchContext* context, int32_t count) {
+void WeighBars(MatchContext* context, size_t count) {
     CorrespondenceWork* const work = &context->correspondence;
-    int32_t k = 0;
-    uint32_t lanes = work->compared[0].lanes;
-    while (k < count) {
-        const Comparison compared = work->compared[k];
-        const int32_t lane = __builtin_ctz(lanes) / 2;
-        const uint32_t weight = work->weights[k][lane];
-        const int32_t referenceBar = context->sectorEntries[compared.entry + lane];
-        KeepGreater(&work->referenceBest[referenceBar], BestOf(weight, compared.probeBar));
-        KeepGreater(&work->probeBest[compared.probeBar], BestOf(weight, referenceBar));
+    for (size_t k = 0; k < count; k += kComparedBars) {
+        const uint32_t* const nearPairs = work->nearPairs + k;
+        const EightBars distances =
+            DistancesBetween(GatherBars(context->sectorBars, nearPairs, EntryOf),
+                             GatherBars(work->probeBars, nearPairs, ProbeBarOf));
+        StoreVector(WeightsOf(LanesOf(distances)), work->weights + k);
+    }
+}
 
-        const uint32_t nextLanes = work->compared[k + 1].lanes;
-        lanes &= lanes - 1;
-        const bool isLast = lanes == 0;
-        k += isLast ? 1 : 0;
-        lanes |= nextLanes & static_cast<uint32_t>(-static_cast<int32_t>(isLast));
+// Remembers the best partners of both sides. A weight of 0 is no better than none.
+void KeepBest(MatchContext* context, size_t count) {
+    CorrespondenceWork* const work = &context->correspondence;
+    for (size_t k = 0; k < count; ++k) {
+        const uint32_t weight = work->weights[k];
+        const int32_t probeBar = static_cast<int32_t>(ProbeBarOf(work->nearPairs[k]));
+        const int32_t referenceBar = context->sectorEntries[EntryOf(work->nearPairs[k])];
+        KeepGreater(&work->referenceBest[referenceBar], BestOf(weight, probeBar));
+        KeepGreater(&work->probeBest[probeBar], BestOf(weight, referenceBar));
     }
 }
 
@@ -160,9 +190,9 @@ void qorfp::FindCorrespondences(MatchContext* context) {
     CompareCrowds(context);
     Position position = {0, work->listBegin[0]};
     while (position.probeBar < context->probeBarCount) {
-        const int32_t compared = CompareBars(context, &position);
-        const int32_t corresponding = WeighBars(work, compared);
-        KeepBest(context, corresponding);
+        const size_t near = CompareBars(context, &position);
+        WeighBars(context, near);
+        KeepBest(context, near);
     }
     PairMutualBest(context);
 }

@@ -27,24 +27,20 @@ void KeepGreater(EightBest* best, U16x8 weights, U16x8 partners) {
     best->partners = (partners & isGreater) | (best->partners & ~isGreater);
 }
 
-// All ones in the lanes whose bits are set, two bits a lane.
-U16x8 LanesOfBits(uint32_t bits) {
-    const U16x8 bitOfLane = {1 << 0, 1 << 2, 1 << 4, 1 << 6, 1 << 8, 1 << 10, 1 << 12, 1 << 14};
-    return AsLanes<U16x8>((EveryLane(static_cast<uint16_t>(bits)) & bitOfLane) == bitOfLane);
-}
-
 // Keeps the best partner of each entry, and the best entry of the probe bar.
 void CompareWithCrowd(MatchContext* context, int32_t bar) {
     CorrespondenceWork* const work = &context->correspondence;
     const int32_t end = work->listEnd[bar];
     const U16x8 lanes = {0, 1, 2, 3, 4, 5, 6, 7};
     const U16x8 probeBars = EveryLane(static_cast<uint16_t>(bar));
+    const EightBars probeBar = EightTimes(work->probeBars[bar]);
     EightBest ofProbe = {};
     for (int32_t entry = work->listBegin[bar]; entry < end; entry += kComparedBars) {
         const EightBars distances =
-            DistancesOf(LoadBars(context->sectorBars + entry), work->probeBars[bar]);
-        const uint32_t bits = FindNear(distances) & FirstBars(end - entry);
-        const U16x8 weights = WeightsOf(LanesOf(distances)) & LanesOfBits(bits);
+            DistancesBetween(LoadBars(context->sectorBars + entry), probeBar);
+        const uint16_t left = static_cast<uint16_t>(end - entry);
+        const U16x8 weights =
+            WeightsOf(LanesOf(distances)) & AsLanes<U16x8>(lanes < EveryLane(left));
         KeepGreater(&ofProbe, weights, EveryLane(static_cast<uint16_t>(entry)) + lanes);
         EightBest ofEntries = {LoadVector<U16x8>(work->crowdWeights + entry),
                                LoadVector<U16x8>(work->crowdPartners + entry)};

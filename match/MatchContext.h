@@ -29,7 +29,7 @@ constexpr int32_t kListMarks = (UINT8_MAX + kMarkedPairs - 1) / kMarkedPairs + 1
 constexpr int32_t kShiftBins = 512;  ///< bin 256 is a shift of 0
 constexpr int32_t kShiftZeroBin = 256;
 constexpr int32_t kComparedBars = 8;  ///< sector bars that are compared at once
-constexpr int32_t kBatchSize = 64;    ///< comparisons that are kept at once
+constexpr int32_t kNearPairs = 512;   ///< of bars that are kept at once
 constexpr int32_t kMaxMatchPairs = 120;
 
 }  // namespace qorfp
@@ -52,21 +52,15 @@ struct BarPair {
     int32_t weight;
 };
 
-/// A comparison of a probe bar with the eight bars from an entry of the sector lists on.
-struct Comparison {
-    int16_t probeBar;
-    int16_t entry;
-    uint32_t lanes;  ///< bits of the bars that are in question
-};
-
 /// Scratch of FindCorrespondences.
 struct CorrespondenceWork {
     uint64_t probeBars[qorfp::kMaxProbeBars];     ///< by PackBar
     int16_t listBegin[qorfp::kMaxProbeBars + 1];  ///< of each probe bar's list
     int16_t listEnd[qorfp::kMaxProbeBars];
-    Comparison compared[qorfp::kBatchSize + 1];
-    uint64_t distances[qorfp::kBatchSize][qorfp::kComparedBars];
-    uint16_t weights[qorfp::kBatchSize][qorfp::kComparedBars];
+    /// Pairs of a probe bar and an entry of the sector lists, by NearPair, and their weights. Eight are
+    /// written where there is one more, and eight read.
+    uint32_t nearPairs[qorfp::kNearPairs + 2 * qorfp::kComparedBars];
+    uint16_t weights[qorfp::kNearPairs + 2 * qorfp::kComparedBars];
     uint16_t crowdWeights[qorfp::kSectorEntries + qorfp::kComparedBars - 1];  ///< best, by entry
     uint16_t crowdPartners[qorfp::kSectorEntries + qorfp::kComparedBars - 1];
     uint32_t probeBest[qorfp::kMaxProbeBars];  ///< by BestOf
