@@ -14,11 +14,12 @@
 
 namespace qorfp {
 
-/// The rows of pixels from which they are taken: those of FindGradients, and one more on either side.
+/// The rows of pixels from which they are taken: those of the blocks, the first one of the next blocks,
+/// and one more on either side.
 struct RowsAroundBlocks {
     const uint8_t* above;
-    const uint8_t* first;  // of kRowsOfBlock rows
-    int32_t width;         // distance of these from one to the next
+    const uint8_t* first;
+    int32_t width;  // distance of these from one to the next
     const uint8_t* below;
 };
 

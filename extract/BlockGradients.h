@@ -7,6 +7,7 @@
 #include <stdint.h>
 
 #include "extract/ExtractLayout.h"
+#include "extract/GreyStretch.h"
 #include "extract/Vector.h"
 
 namespace qorfp {
@@ -20,9 +21,7 @@ constexpr int32_t PadColumns(int32_t blockColumns) {
     return (blockColumns + kLanes - 1) / kLanes * kLanes;
 }
 
-/// Rows of pixels from which gradients are taken: the last of them is the first of the next row of
-/// blocks. Vectors read beyond the image's width.
-constexpr int32_t kRowsOfBlock = kBlockSide + 1;
+/// A row of pixels of its own. Vectors read beyond the image's width.
 using PixelRow = uint8_t[kMaxStageWidth + 2 * kVectorBytes];
 
 /// Gradients of a row of blocks, -96..96; 0 beyond its end, up to PadColumns.
@@ -31,10 +30,20 @@ struct GradientRow {
     int16_t y[kPaddedColumns];
 };
 
-/// Gradients at the centres of the blocks, from their neighbours up to two pixels away.
-/// @param rows the rows of pixels from the blocks' upper edge on
-void FindGradients(const uint8_t* const rows[kRowsOfBlock], int32_t blockColumns,
-                   GradientRow* gradients);
+/// Stretched pixels of the even columns of the row that two rows of blocks have in common.
+using EvenColumns = int16_t[kPaddedColumns * kBlockSide / 2];
+
+/// Stretches the upper edge of the first row of blocks.
+void BeginGradients(const uint8_t* row, int32_t blockColumns, const GreyStretcher& stretcher,
+                    EvenColumns* edge);
+
+/// Gradients at the centres of the blocks, from their stretched neighbours up to two pixels away. Vectors
+/// read up to 35 bytes beyond the last pixel of the blocks; what is there does not matter.
+/// @param first the row of pixels at the blocks' upper edge
+/// @param width distance of a row to the next one
+/// @param edge in: what is stretched of the blocks' upper edge; out: the same of their lower one
+void FindGradients(const uint8_t* first, int32_t width, int32_t blockColumns,
+                   const GreyStretcher& stretcher, EvenColumns* edge, GradientRow* gradients);
 
 /// Sets the gradients beyond the last block to 0, up to PadColumns.
 void ClearBeyond(int32_t blockColumns, GradientRow* gradients);

@@ -32,7 +32,7 @@ struct ProductRows {
 
 struct CalcDirAScratch {
     int32_t histogram[kGreyLevels];
-    PixelRow stretched[kRowsOfBlock];  // ring: row y in row y % kRowsOfBlock
+    EvenColumns edge;
     GradientRow gradients;
     ProductRows products;
     WindowSum<int32_t> xxWindow;
@@ -71,27 +71,13 @@ struct QualitySum {
     }
 };
 
-void StretchRow(const uint8_t* pixels, int32_t width, const GreyStretcher& stretcher,
-                uint8_t* out) {
-    // On a narrow image a vector takes in pixels of the rows below and, at its end, of the map
-    // behind; what becomes of them is not used.
-    ForEachVector(0, Max(width, kVectorBytes), [=](ptrdiff_t x) {
-        StoreVector(stretcher.Of(LoadVector<U8x16>(pixels + x)), out + x);
-    });
-}
-
 void FindProducts(const uint8_t* image, int32_t width, int32_t blockRow, int32_t blockColumns,
                   const GreyStretcher& stretcher, CalcDirAScratch* scratch) {
-    const int32_t top = kBlockSide * blockRow;
-    const uint8_t* rows[kRowsOfBlock];
-    for (int32_t row = 0; row < kRowsOfBlock; ++row) {
-        uint8_t* stretched = scratch->stretched[(top + row) % kRowsOfBlock];
-        if (row > 0 || top == 0) {
-            StretchRow(image + (top + row) * width, width, stretcher, stretched);
-        }
-        rows[row] = stretched;
+    const uint8_t* first = image + kBlockSide * blockRow * width;
+    if (blockRow == 0) {
+        BeginGradients(first, blockColumns, stretcher, &scratch->edge);
     }
-    FindGradients(rows, blockColumns, &scratch->gradients);
+    FindGradients(first, width, blockColumns, stretcher, &scratch->edge, &scratch->gradients);
     ProductRows* products = &scratch->products;
     for (int32_t column = 0; column < blockColumns; column += 8) {
         const I16x8 x = LoadVector<I16x8>(scratch->gradients.x + column);

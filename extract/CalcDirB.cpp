@@ -25,8 +25,9 @@ constexpr int32_t kSmoothedRows = kSmoothedBlocks * kBlockSide;
 
 struct CalcDirBScratch {
     PixelRow smoothed[kSmoothedRows + 1];  // of a grey image
-    PixelRow above;                        // of a binary one, for its first row
-    PixelRow below;                        // and for its last one
+    EvenColumns edge;
+    PixelRow above;  // of a binary one, for its first row
+    PixelRow below;  // and for its last one
     BinaryGradientParts parts;
     GradientRow gradients;
     ProductRow differences;
@@ -93,11 +94,13 @@ void FindGreyGradients(const Covered& covered, int32_t blockRow, int32_t blockCo
     if (top == 0) {
         SmoothRows(covered, kBlockSide * blockRow, scratch);
     }
-    const uint8_t* rows[kRowsOfBlock];
-    for (int32_t row = 0; row < kRowsOfBlock; ++row) {
-        rows[row] = scratch->smoothed[top + row];
+    constexpr GreyStretcher kNone(GreyStretch{0, kGreyLevels - 1});
+    const uint8_t* first = scratch->smoothed[top];
+    if (blockRow == 0) {
+        BeginGradients(first, blockColumns, kNone, &scratch->edge);
     }
-    FindGradients(rows, blockColumns, &scratch->gradients);
+    FindGradients(first, sizeof(PixelRow), blockColumns, kNone, &scratch->edge,
+                  &scratch->gradients);
 }
 
 // The same of an image of 0 and 255 alone, as BinImageA leaves it.

@@ -22,7 +22,7 @@ struct GreyStretch {
     }
 };
 
-/// The same for sixteen levels at a time, without a division.
+/// The same for vectors of levels, without a division.
 class GreyStretcher {
   public:
     constexpr explicit GreyStretcher(GreyStretch stretch)
@@ -46,15 +46,16 @@ class GreyStretcher {
         }
     }
 
-    /// With d = level - low, 0..range: (510 x d / range + 1) / 2 = (255 x d + range / 2) / range.
-    constexpr int32_t Of(int32_t level) const {
-        const uint32_t d = static_cast<uint32_t>(Clamp(level - low_, 0, range_));
-        return static_cast<int32_t>((255 * d + offset_) * reciprocal_ >> 16 >> shift_);
+    /// Distances 0..range of levels from the lowest one.
+    U8x16 DistancesOf(U8x16 levels) const {
+        return Least(SubtractToZero(levels, low_ + U8x16{}), range_ + U8x16{});
     }
 
-    U8x16 Of(U8x16 levels) const {
-        const U8x16 d = Least(Greatest(levels, low_ + U8x16{}) - low_, range_ + U8x16{});
-        return Narrow(MultiplyHigh(Widen(d) * Factor(255) + offset_, reciprocal_) >> shift_);
+    /// The stretch of levels at such distances d: (510 x d / range + 1) / 2 =
+    /// (255 x d + range / 2) / range.
+    I16x8 OfDistances(U16x8 distances) const {
+        const U16x8 raised = distances * Factor(255) + offset_;
+        return AsLanes<I16x8>(MultiplyHigh(raised, EveryLane(reciprocal_)) >> shift_);
     }
 
   private:

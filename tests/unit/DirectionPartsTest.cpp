@@ -25,6 +25,12 @@ namespace {
 
 // --- Grey stretch ------------------------------------------------------------------------------
 
+int32_t StretchedLevel(const qorfp::GreyStretch& stretch, int32_t level) {
+    return level < stretch.low
+               ? 0
+               : std::min(255, (510 * (level - stretch.low) / stretch.range + 1) / 2);
+}
+
 TEST(GreyStretcher, EqualsTheRuleForEveryStretchAndLevel) {
     for (int32_t low = 0; low <= 254; ++low) {
         for (int32_t range = 1; range <= 255 - low; ++range) {
@@ -34,12 +40,16 @@ TEST(GreyStretcher, EqualsTheRuleForEveryStretchAndLevel) {
                 for (int32_t lane = 0; lane < 16; ++lane) {
                     levels[static_cast<size_t>(lane)] = static_cast<uint8_t>(first + lane);
                 }
-                const qorfp::U8x16 stretched = stretcher.Of(levels);
+                const qorfp::U8x16 distances = stretcher.DistancesOf(levels);
+                const qorfp::U8x16 stretched =
+                    qorfp::Join({qorfp::AsLanes<qorfp::U16x8>(
+                                     stretcher.OfDistances(qorfp::EvenBytes(distances))),
+                                 qorfp::AsLanes<qorfp::U16x8>(
+                                     stretcher.OfDistances(qorfp::OddBytes(distances)))});
                 for (int32_t lane = 0; lane < 16; ++lane) {
                     const int32_t level = first + lane;
-                    const int32_t expected =
-                        level < low ? 0 : std::min(255, (510 * (level - low) / range + 1) / 2);
-                    ASSERT_EQ(stretched[static_cast<size_t>(lane)], expected)
+                    ASSERT_EQ(stretched[static_cast<size_t>(lane)],
+                              StretchedLevel(qorfp::GreyStretch{low, range}, level))
                         << low << " to " << low + range << ", level " << level;
                 }
             }
@@ -64,14 +74,25 @@ TEST(FindGradients, EqualsTheRuleAtEveryLength) {
                 pixel = static_cast<uint8_t>(isExtreme ? grey / 128 * 255 : grey);
             }
         }
-        const uint8_t* pointers[5] = {(*rows)[0], (*rows)[1], (*rows)[2], (*rows)[3], (*rows)[4]};
+        const int32_t low = columns % 4 == 0 ? 0 : random.Between(0, 254);
+        const qorfp::GreyStretch stretch = {low,
+                                            columns % 4 == 0 ? 255 : random.Between(1, 255 - low)};
+        const qorfp::GreyStretcher stretcher(stretch);
+        qorfp::EvenColumns edge;
+        qorfp::BeginGradients((*rows)[0], columns, stretcher, &edge);
         qorfp::GradientRow gradients;
         std::fill(std::begin(gradients.x), std::end(gradients.x), int16_t{7777});
         std::fill(std::begin(gradients.y), std::end(gradients.y), int16_t{7777});
-        qorfp::FindGradients(pointers, columns, &gradients);
+        qorfp::FindGradients((*rows)[0], sizeof(qorfp::PixelRow), columns, stretcher, &edge,
+                             &gradients);
+        for (int32_t even = 0; even < 2 * columns; ++even) {
+            ASSERT_EQ(edge[even], StretchedLevel(stretch, (*rows)[4][2 * even]))
+                << even << " of " << columns;
+        }
         for (int32_t column = 0; column < columns; ++column) {
             const auto at = [&](int32_t dx, int32_t dy) -> int32_t {
-                return (*rows)[static_cast<size_t>(2 + dy)][4 * column + 2 + dx];
+                return StretchedLevel(stretch,
+                                      (*rows)[static_cast<size_t>(2 + dy)][4 * column + 2 + dx]);
             };
             const int32_t x = 3 * (at(1, 0) - at(-1, 0)) + at(1, -1) - at(-1, -1) + at(1, 1) -
                               at(-1, 1) + at(2, 0) - at(-2, 0);
