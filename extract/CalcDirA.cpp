@@ -108,14 +108,20 @@ Coherence CoherenceOf(int32_t xxSum, int32_t yySum, int32_t xySum) {
             ShiftRight(WrapMul32(energy, energy), 14)};
 }
 
-// The root of the quotient, of one from 900 to 9,999 whose divisor is below 2^17. Nothing need be
-// divided: the root reaches r when the dividend reaches r x r x divisor.
+// The root of the quotient, of one from 900 to 9,999 whose divisor is below 2^17.
 int32_t RootOf(Coherence coherence) {
+#if defined(__x86_64__)
+    // Divided in hardware, which takes less than the steps below.
+    return sqrtA(static_cast<int32_t>(static_cast<uint32_t>(coherence.dividend) /
+                                      static_cast<uint32_t>(coherence.divisor)));
+#else
+    // Nothing need be divided: the root reaches r when the dividend reaches r x r x divisor.
     int32_t root = 0;
     for (int32_t bit = 64; bit > 0; bit /= 2) {
         root += coherence.dividend >= Square(root + bit) * coherence.divisor ? bit : 0;
     }
     return root;
+#endif
 }
 
 // What a window of coherent gradients gives to the quality: the root of the quotient, at most 100.

@@ -63,16 +63,22 @@ void WindowSum<Sum>::Slide(int32_t blockColumns, const ProductRow& entering) {
 
 template <class Sum>
 void WindowSum<Sum>::SumAcross(int32_t blockColumns, Sum (*sums)[kPaddedColumns]) const {
+    constexpr ptrdiff_t kStep = kVectorBytes / 2;
     constexpr ptrdiff_t kLanes = kVectorBytes / sizeof(Sum);
     Sum threes[kColumns];
-    for (ptrdiff_t column = 0; column < blockColumns + 2 * reach_ - 2; column += kLanes) {
-        const Sum* at = columns_ + column;
-        StoreVector(SumOfThree(at, 1, at + 2), threes + column);
+    for (ptrdiff_t column = 0; column < blockColumns + 2 * reach_ - 2; column += kStep) {
+        for (ptrdiff_t lane = 0; lane < kStep; lane += kLanes) {
+            const Sum* at = columns_ + column + lane;
+            StoreVector(SumOfThree(at, 1, at + 2), threes + column + lane);
+        }
     }
     // Nine columns are three threes, seven are two and a single one.
-    const Sum* last = reach_ == 4 ? threes : columns_;
-    for (ptrdiff_t column = 0; column < blockColumns; column += kLanes) {
-        StoreVector(SumOfThree(threes + column, 3, last + column + 6), *sums + column);
+    const Sum* last = (reach_ == 4 ? threes : columns_) + 6;
+    for (ptrdiff_t column = 0; column < blockColumns; column += kStep) {
+        for (ptrdiff_t lane = 0; lane < kStep; lane += kLanes) {
+            const ptrdiff_t at = column + lane;
+            StoreVector(SumOfThree(threes + at, 3, last + at), *sums + at);
+        }
     }
 }
 
