@@ -44,8 +44,8 @@ all_test_packages=("${armhf_packages[@]}" "${docs_packages[@]}" clang libclang-r
 # Fuzzing, also the command line's readers of files.
 fuzz_packages=("${build_packages[@]}" clang libclang-rt-14-dev)
 
-# Static analysis of the library.
-lint_packages=(clang clang-format clang-tidy cmake cppcheck ninja-build shellcheck)
+# Static analysis.
+lint_packages=("${build_packages[@]}" clang clang-format clang-tidy cppcheck shellcheck)
 
 # Measuring time.
 bench_packages=("${build_packages[@]}" libbenchmark-dev python3)

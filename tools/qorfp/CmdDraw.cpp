@@ -40,8 +40,7 @@ void DrawLegend(Canvas& canvas, double top, const TemplateView& view, const std:
     const double firstLine = top + 25;
     double x = kMargin;
     x += DrawMinutiaKey(canvas, x, firstLine, kEnding, view.CountOfType(kEnding), kTextSize) + 26;
-    x += DrawMinutiaKey(canvas, x, firstLine, kBifurcation, view.CountOfType(kBifurcation),
-                        kTextSize);
+    DrawMinutiaKey(canvas, x, firstLine, kBifurcation, view.CountOfType(kBifurcation), kTextSize);
     canvas.SetColour(kInk);
     const std::string quality = "quality " + std::to_string(view.quality);
     canvas.DrawText(quality, canvas.Width() - kMargin - canvas.TextWidth(quality, kTextSize),
@@ -62,7 +61,7 @@ Bytes DrawFinger(const GreyImage& finger, const TemplateView& view, int scale,
     const int fingerWidth = finger.width * scale;
     const int fingerHeight = finger.height * scale;
     Canvas canvas(std::max(fingerWidth, kMinCanvasWidth), fingerHeight + kLegendHeight);
-    const double left = (canvas.Width() - fingerWidth) / 2;
+    const int left = (canvas.Width() - fingerWidth) / 2;
     canvas.DrawImage(finger, left, 0, scale, true, kFade);
     for (const MinutiaView& minutia : view.minutiae) {
         // A coordinate names a pixel; its middle lies half a pixel further.

@@ -14,7 +14,6 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
-#include <cstring>
 #include <filesystem>
 #include <system_error>
 
@@ -35,7 +34,7 @@ constexpr mode_t kOwnerOnly = 0600;
 constexpr mode_t kAllPermissions = 0777;
 
 [[noreturn]] void FailWithErrno(const std::string& path) {
-    throw ToolError(path, std::strerror(errno));
+    throw ToolError(path, std::generic_category().message(errno));
 }
 
 class Descriptor {
@@ -81,9 +80,9 @@ class EndingHeld {
         for (const int number : {SIGHUP, SIGINT, SIGQUIT, SIGTERM}) {
             sigaddset(&ending, number);
         }
-        sigprocmask(SIG_BLOCK, &ending, &before_);
+        pthread_sigmask(SIG_BLOCK, &ending, &before_);
     }
-    ~EndingHeld() { sigprocmask(SIG_SETMASK, &before_, nullptr); }
+    ~EndingHeld() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
     EndingHeld(const EndingHeld&) = delete;
     EndingHeld& operator=(const EndingHeld&) = delete;
 

@@ -72,8 +72,8 @@ class RecordReader {
 
     Bytes Content(size_t count, const char* what) {
         Require(count, what);
-        const Bytes content(bytes_.begin() + static_cast<std::ptrdiff_t>(at_),
-                            bytes_.begin() + static_cast<std::ptrdiff_t>(at_ + count));
+        Bytes content(bytes_.begin() + static_cast<std::ptrdiff_t>(at_),
+                      bytes_.begin() + static_cast<std::ptrdiff_t>(at_ + count));
         at_ += count;
         return content;
     }

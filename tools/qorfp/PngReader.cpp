@@ -55,7 +55,7 @@ void OnWarning(png_structp, png_const_charp) {
 }
 
 bool ReadHeader(PngInput& input) {
-    if (setjmp(png_jmpbuf(input.png)) != 0) {
+    if (setjmp(png_jmpbuf(input.png)) != 0) {  // NOLINT(cert-err52-cpp)
         return false;
     }
     png_set_read_fn(input.png, &input, OnRead);
@@ -68,7 +68,7 @@ bool ReadHeader(PngInput& input) {
 
 // Palettes become colours, transparency becomes an alpha channel, 1 to 4 bits become 8.
 bool PrepareRows(PngInput& input) {
-    if (setjmp(png_jmpbuf(input.png)) != 0) {
+    if (setjmp(png_jmpbuf(input.png)) != 0) {  // NOLINT(cert-err52-cpp)
         return false;
     }
     png_set_expand(input.png);
@@ -80,7 +80,7 @@ bool PrepareRows(PngInput& input) {
 }
 
 bool ReadRows(PngInput& input, png_bytepp rows) {
-    if (setjmp(png_jmpbuf(input.png)) != 0) {
+    if (setjmp(png_jmpbuf(input.png)) != 0) {  // NOLINT(cert-err52-cpp)
         return false;
     }
     png_read_image(input.png, rows);
