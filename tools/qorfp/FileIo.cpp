@@ -311,4 +311,12 @@ std::string BaseName(const std::string& path) {
     return name.empty() ? path : name;
 }
 
+std::string EndingOf(const std::string& path) {
+    std::string ending = std::filesystem::path(path).extension().string();
+    for (char& letter : ending) {
+        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
+    }
+    return ending;
+}
+
 }  // namespace qorfp::cli

@@ -29,4 +29,7 @@ void MakeDirectory(const std::string& path);
 /// The last component of `path`, for captions.
 std::string BaseName(const std::string& path);
 
+/// The ending of its name with the dot, in small letters; empty when there is none.
+std::string EndingOf(const std::string& path);
+
 }  // namespace qorfp::cli

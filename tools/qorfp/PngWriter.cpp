@@ -7,7 +7,6 @@
 #include <png.h>
 
 #include <csetjmp>
-#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -98,10 +97,7 @@ Bytes EncodeColourPng(int32_t width, int32_t height, const Bytes& pixels) {
 }
 
 void RequirePngName(const std::string& path) {
-    std::string ending = std::filesystem::path(path).extension().string();
-    for (char& letter : ending) {
-        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    }
+    const std::string ending = EndingOf(path);
     if (!ending.empty() && ending != ".png") {
         throw ToolError(path, "the picture is a PNG file; name it .png");
     }

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "tools/qorfp/FileIo.h"
 #include "tools/qorfp/ToolError.h"
 
 namespace qorfp::cli {
@@ -14,10 +15,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-bool IsImageEnding(std::string ending) {
-    for (char& letter : ending) {
-        letter = letter >= 'A' && letter <= 'Z' ? static_cast<char>(letter - 'A' + 'a') : letter;
-    }
+bool IsImageEnding(const std::string& ending) {
     constexpr const char* kEndings[] = {".pgm", ".png", ".bmp", ".tif", ".tiff", ".jp2", ".j2k"};
     return std::find(std::begin(kEndings), std::end(kEndings), ending) != std::end(kEndings);
 }
@@ -38,7 +36,7 @@ CaptureFolder ListCaptures(const std::string& folder, const NamePattern& pattern
     for (; !error && entry != fs::directory_iterator(); entry.increment(error)) {
         const fs::path& path = entry->path();
         const std::optional<NameParts> parts = pattern.Match(path.stem().string());
-        if (parts && IsImageEnding(path.extension().string())) {
+        if (parts && IsImageEnding(EndingOf(path.string()))) {
             found.captures.push_back(
                 {path.filename().string(), path.string(), parts->finger, parts->impression});
         } else {
