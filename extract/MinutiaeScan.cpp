@@ -143,14 +143,13 @@ void AddSeeds(uint64_t found, int32_t firstByte, int32_t segment, int32_t row, u
     }
 }
 
-// Finds the seeds of a block row, of which the first `packed` bit rows are made already. Those of the
-// columns outside the block grid may be anything.
+// Adds the seeds of a block row, of which the first `packed` bit rows are made already, to scan->seeds.
+// Those of the columns outside the block grid may be anything.
 void FindSeeds(const Skeleton& skeleton, int32_t by, int32_t packed, ScanRow* scan) {
     const int32_t width = skeleton.width;
     const BitRows rows = {scan->bits, SegmentOf(width)};
     PackRows(skeleton.pixels + (kBlockSide * by + packed) * width, scan->offsets, width, rows,
              packed);
-    memset(scan->seeds, 0, sizeof(scan->seeds));
     for (int32_t row = 0; row < kBlockSide; ++row) {
         for (int32_t j = 0; j < rows.segment; j += kVectorBytes) {
             const uint8_t* at = rows.Row(row + 1) + j;
@@ -161,8 +160,12 @@ void FindSeeds(const Skeleton& skeleton, int32_t by, int32_t packed, ScanRow* sc
                 LoadVector<U8x16>(above + 1), LoadVector<U8x16>(at - 1),
                 LoadVector<U8x16>(at + 1),    LoadVector<U8x16>(below - 1),
                 LoadVector<U8x16>(below),     LoadVector<U8x16>(below + 1)};
+            const U8x16 seeds = HasOddRuns(neighbours) & ~LoadVector<U8x16>(at);
+            if (IsZero(seeds)) {
+                continue;
+            }
             uint64_t found[kVectorBytes / sizeof(uint64_t)];
-            StoreVector(HasOddRuns(neighbours) & ~LoadVector<U8x16>(at), found);
+            StoreVector(seeds, found);
             for (const uint64_t& eight : found) {
                 const int32_t firstByte = j + static_cast<int32_t>(8 * (&eight - found));
                 AddSeeds(kIsBigEndian ? __builtin_bswap64(eight) : eight, firstByte, rows.segment,
@@ -188,6 +191,7 @@ void ScanBlock(const Skeleton& skeleton, int32_t bx, int32_t by, ScanRow* scan,
         const Candidate candidate =
             isEnding ? EndingAt(skeleton, seed) : BifurcationAt(skeleton, seed);
         if (!isEnding && candidate.type == kEnding) {  // spurs have been erased
+            memset(scan->seeds, 0, sizeof(scan->seeds));
             FindSeeds(skeleton, by, 0, scan);
             seeds = scan->seeds[bx] & ~((2u << place) - 1);
         }
@@ -224,6 +228,7 @@ void qorfp::ScanCandidates(const Skeleton& skeleton, CandidateList* list) {
     if (end <= 1) {
         return;
     }
+    memset(scan.seeds, 0, sizeof(scan.seeds));
     for (int32_t by = 1; by < skeleton.blockRows - 1; ++by) {
         int32_t packed = 0;
         if (by > 1) {
@@ -244,6 +249,7 @@ void qorfp::ScanCandidates(const Skeleton& skeleton, CandidateList* list) {
                     return;
                 }
             }
+            memset(scan.seeds + first, 0, kGroupBlocks * sizeof(*scan.seeds));
         }
     }
 }
