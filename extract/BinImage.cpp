@@ -195,6 +195,21 @@ int32_t CountInReach(int32_t at, int32_t size) {
     return Min(at, kBoxReach) + 1 + Min(size - 1 - at, kBoxReach);
 }
 
+// Counts the columns in the boxes, for whole vectors: all but those near the image's sides have all.
+void CountColumns(int32_t width, SplitRow* columns) {
+    for (int32_t i = 0; 2 * i < width; i += kLanes) {
+        StoreVector(EveryLane(kBoxRows), columns->even + i);
+        StoreVector(EveryLane(kBoxRows), columns->odd + i);
+    }
+    for (int32_t side = 0; side < Min(kBoxReach, width); ++side) {
+        const uint16_t count = static_cast<uint16_t>(CountInReach(side, width));
+        const int32_t both[] = {side, width - 1 - side};
+        for (const int32_t x : both) {
+            (x % 2 == 0 ? columns->even : columns->odd)[x / 2] = count;
+        }
+    }
+}
+
 // The scratch record, at a multiple of 16.
 BinImageBScratch* ScratchIn(uint8_t* buffer, const ExtractLayout& layout) {
     return WorkAt<BinImageBScratch>(FirstVectorAt(buffer + layout.periodMap));
@@ -212,12 +227,8 @@ void BinariseByBoxes(uint8_t* buffer, int32_t width, int32_t height, BinImageBSc
     memset(scratch->evenSums, 0, sizeof(scratch->evenSums));
     memset(scratch->oddSums, 0, sizeof(scratch->oddSums));
     memset(scratch->pairSums, 0, sizeof(scratch->pairSums));
-    memset(&scratch->columnCounts, 0, sizeof(scratch->columnCounts));
     memset(scratch->line, 0, sizeof(scratch->line));
-    for (int32_t x = 0; x < width; ++x) {
-        uint16_t* counts = x % 2 == 0 ? scratch->columnCounts.even : scratch->columnCounts.odd;
-        counts[x / 2] = static_cast<uint16_t>(CountInReach(x, width));
-    }
+    CountColumns(width, &scratch->columnCounts);
     const BitRows single = {scratch->bits, SegmentOf(width)};
     MarkFrame(width + 1, single.segment, scratch->outside);
     scratch->outside[0] &= 0xFE;
