@@ -9,6 +9,7 @@
 
 #include <stddef.h>
 
+#include "engine/StageMemory.h"
 #include "extract/FPTable.h"
 #include "extract/FixedMath.h"
 
@@ -16,7 +17,7 @@ namespace {
 
 using namespace qorfp;
 
-constexpr int32_t kLongestTableSide = 49;
+constexpr int16_t kLongestTableSide = 49;
 constexpr int16_t kMaxAngle = 15;     // of the vector with its longer axis
 constexpr int16_t kQuarterTurn = 30;  // of a doubled angle
 
@@ -44,17 +45,27 @@ Halves Load(const int32_t* from) {
     return {LoadVector<I32x4>(from), LoadVector<I32x4>(from + 4)};
 }
 
-I16x8 IsAbove(const Halves& lanes, int32_t bound) {
-    return Narrow(lanes.low > bound, lanes.high > bound);
+// As 16-bit numbers. Those that do not fit become the nearest that does, and so keep their sign.
+I16x8 Saturate(const Halves& lanes) {
+#if defined(__SSE2__)
+    return Narrow(lanes.low, lanes.high);
+#else
+    const auto fit = [](I32x4 half) {
+        const I32x4 least = half < 32767 ? half : 32767 + I32x4{};
+        return least > -32768 ? least : -32768 + I32x4{};
+    };
+    return Narrow(fit(lanes.low), fit(lanes.high));
+#endif
 }
 
 // Orientation of the ridges across a gradient: `angle` of (d, e) with the d axis, 0..30.
-I16x8 Turn(const Halves& d, const Halves& e, I16x8 angle) {
+I16x8 Turn(const Halves& wideD, const Halves& wideE, I16x8 angle) {
     constexpr int16_t kUpright = kHalfTurn / 2;
     constexpr int16_t kRound = kHalfTurn;
-    const I16x8 isUpright = IsAbove(d, 0);
-    const I16x8 isBackward =
-        (isUpright & NarrowSigns(e.low, e.high)) | (~isUpright & IsAbove(e, 0));
+    const I16x8 d = Saturate(wideD);
+    const I16x8 e = Saturate(wideE);
+    const I16x8 isUpright = d > 0;
+    const I16x8 isBackward = (isUpright & (e >> 15)) | (~isUpright & (e > 0));
     const I16x8 orientation = (isUpright & kUpright) + Negate(angle, isBackward);
     return orientation + ((orientation >> 15) & kRound);
 }
@@ -70,10 +81,11 @@ struct Bounds {
     Bounds(I32x4 d, I32x4 e) : times{} {
         const I32x4 a = Magnitude(d);
         const I32x4 b = Magnitude(e);
-        isSteep = b > a;
-        const I32x4 exchange = (a ^ b) & isSteep;
-        longer = a ^ exchange;
-        const I32x4 shorter = b ^ exchange;
+        const I32x4 excess = b - a;
+        isSteep = excess > 0;
+        const I32x4 exchange = Opaque(excess & isSteep);  // instead of two selections
+        longer = a + exchange;
+        const I32x4 shorter = b - exchange;
         rest = kLongestTableSide * shorter + (longer >> 1);
         for (int32_t factor = 1; factor <= kLongestStep; ++factor) {
             times[factor] = times[factor - 1] + longer;
@@ -99,10 +111,11 @@ I16x8 OrientationsOf(const int32_t* differences, const int32_t* mixed, int32_t c
     angle = Negate(angle, isSteep) + (isSteep & kQuarterTurn);
 
     // Vectors no longer than the table's are not scaled.
-    const I16x8 isLong = IsAbove({low.longer, high.longer}, kLongestTableSide);
-    const uint32_t isWindow = (1u << Clamp(count, 0, kVectorBytes / 2)) - 1;
-    uint32_t isShort = SetLanes(NarrowMask(~isLong, I16x8{})) & isWindow;
+    const I16x8 isTabled = Saturate({low.longer, high.longer}) <= kLongestTableSide;
+    uint32_t isShort = SetLanes(NarrowMask(isTabled, I16x8{}));
+    MayBeUnwritten(&isShort);  // behind the last window; both ways give the others the same
     if (isShort != 0) {
+        isShort &= (1u << Clamp(count, 0, kVectorBytes / 2)) - 1;
         int16_t angles[kVectorBytes / 2];
         StoreVector(angle, angles);
         for (; isShort != 0; isShort &= isShort - 1) {

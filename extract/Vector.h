@@ -279,16 +279,22 @@ inline U16x8 EveryLane(uint16_t value) {
     return value + U16x8{};
 }
 
-/// The same, to be multiplied with: GCC takes a product with a constant that it knows apart into
-/// shifts and sums, which are more instructions.
-inline U16x8 Factor(uint16_t value) {
-    U16x8 lanes = EveryLane(value);
+/// The same lanes, of which compilers then know nothing: for what they would turn into more
+/// instructions.
+template <class Vector>
+inline Vector Opaque(Vector lanes) {
 #if defined(__SSE2__)
     __asm__("" : "+x"(lanes));
 #elif defined(__ARM_NEON)
     __asm__("" : "+w"(lanes));
 #endif
     return lanes;
+}
+
+/// `value` in every lane, to be multiplied with: GCC takes a product with a constant that it knows apart
+/// into shifts and sums.
+inline U16x8 Factor(uint16_t value) {
+    return Opaque(EveryLane(value));
 }
 
 inline U8x16 Least(U8x16 a, U8x16 b) {
