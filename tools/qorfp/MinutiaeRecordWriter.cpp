@@ -9,14 +9,12 @@ namespace {
 constexpr size_t kMaxShortLength = 0xFFFF;
 constexpr size_t kLengthAt = 8;
 
-void Append(Bytes& bytes, uint64_t number, unsigned count) {
+/// The last `count` bytes of a whole number of any type.
+template <class Number>
+void Append(Bytes& bytes, Number number, unsigned count) {
     for (unsigned i = count; i-- > 0;) {
-        bytes.push_back(static_cast<uint8_t>(number >> 8 * i));
+        bytes.push_back(static_cast<uint8_t>(static_cast<uint64_t>(number) >> 8 * i));
     }
-}
-
-void Append(Bytes& bytes, int number, unsigned count) {
-    Append(bytes, static_cast<uint64_t>(number), count);
 }
 
 void AppendText(Bytes& bytes, const char* text) {
@@ -64,7 +62,7 @@ Bytes WriteRecord(const MinutiaeRecord& record) {
     AppendText(bytes, "FMR");
     AppendText(bytes, " 20");
     if (record.format == RecordFormat::kAnsi378) {
-        Append(bytes, uint64_t{record.product}, 4);
+        Append(bytes, record.product, 4);
     }
     Append(bytes, record.equipment, 2);
     Append(bytes, record.width, 2);
