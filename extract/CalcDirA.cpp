@@ -17,8 +17,8 @@ using namespace qorfp;
 
 constexpr int32_t kReach = 4;               // windows of 9 x 9 blocks
 constexpr int32_t kStrongGradient = 200;    // squared
-constexpr int32_t kMinStrongBlocks = 40;    // of 81 for a foreground block
-constexpr int32_t kMinReliableBlocks = 41;  // of 81 around a block that stays foreground
+constexpr uint8_t kMinStrongBlocks = 40;    // of 81 for a foreground block
+constexpr uint8_t kMinReliableBlocks = 41;  // of 81 around a block that stays foreground
 constexpr int32_t kMinCoherence = 900;      // 16384 x coherence squared
 constexpr int32_t kHighestBlockQuality = 100;
 
@@ -27,7 +27,7 @@ struct ProductRows {
     ProductRow xx;
     ProductRow yy;
     ProductRow xy;
-    ProductRow strong;
+    CountRow strong;
 };
 
 struct CalcDirAScratch {
@@ -38,8 +38,8 @@ struct CalcDirAScratch {
     WindowSum<int32_t> xxWindow;
     WindowSum<int32_t> yyWindow;
     WindowSum<int32_t> xyWindow;
-    WindowSum<int16_t> strongWindow;
-    WindowSum<int16_t> reliableWindow;
+    WindowSum<uint8_t> strongWindow;
+    WindowSum<uint8_t> reliableWindow;
     WindowRow xxSums;
     WindowRow yySums;
     WindowRow xySums;
@@ -47,7 +47,7 @@ struct CalcDirAScratch {
     WindowRow differenceSums;  // xxSums - yySums
     CountRow reliableCounts;
     OrientationRow orientations[kReach + 1];  // ring: block row y in row y % (kReach + 1)
-    ProductRow reliable;                      // 1 for a reliable block
+    CountRow reliable;                        // 1 for a reliable block
     OrientationRow directions;
 };
 static_assert(FitsEveryImage(sizeof(CalcDirAScratch)), "fits behind every accepted image");
@@ -87,7 +87,8 @@ void FindProducts(const uint8_t* image, int32_t width, int32_t blockRow, int32_t
         StoreVector(xx, products->xx + column);
         StoreVector(yy, products->yy + column);
         StoreVector(x * y, products->xy + column);
-        StoreVector((xx + yy > kStrongGradient) & 1, products->strong + column);
+        const I16x8 isStrong = xx + yy > kStrongGradient;
+        StoreVector(NarrowMask(isStrong, I16x8{}) & uint8_t{1}, products->strong + column);
     }
 }
 
@@ -225,6 +226,12 @@ I16x8 RateEight(const CalcDirAScratch& scratch, ptrdiff_t column, I16x8 isBlock,
     return LoadVector<I16x8>(isReliable);
 }
 
+// Which of sixteen counts reach a bound.
+U8x16 ReachesOf(const uint8_t* counts, uint8_t bound) {
+    const U8x16 lanes = LoadVector<U8x16>(counts);
+    return AsLanes<U8x16>(Greatest(lanes, bound + U8x16{}) == lanes);
+}
+
 // The first pass over a row of blocks, the one on which the windows are centred: orientations, and
 // which blocks are reliable.
 void FindDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scratch,
@@ -243,10 +250,10 @@ void FindDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* scr
     constexpr I16x8 kPlaces = {0, 1, 2, 3, 4, 5, 6, 7};
     for (ptrdiff_t column = 0; column < blockColumns; column += 8) {
         const I16x8 isBlock = kPlaces < static_cast<int16_t>(blockColumns - column);
-        const I16x8 isStrong =
-            LoadVector<I16x8>(scratch->strongCounts + column) >= kMinStrongBlocks;
-        StoreVector(RateEight(*scratch, column, isBlock, quality) & isStrong & 1,
-                    scratch->reliable + column);
+        const U8x16 isCoherent = NarrowMask(RateEight(*scratch, column, isBlock, quality), I16x8{});
+        StoreVector(
+            isCoherent & ReachesOf(scratch->strongCounts + column, kMinStrongBlocks) & uint8_t{1},
+            scratch->reliable + column);
     }
 }
 
@@ -255,12 +262,9 @@ void WriteDirections(int32_t blockRow, int32_t blockColumns, CalcDirAScratch* sc
                      uint8_t* mapRow) {
     const uint8_t* orientations = scratch->orientations[blockRow % (kReach + 1)];
     scratch->reliableWindow.SumAcross(blockColumns, &scratch->reliableCounts);
-    const auto isBackground = [=](ptrdiff_t column) {
-        return LoadVector<I16x8>(scratch->reliableCounts + column) < kMinReliableBlocks;
-    };
     for (ptrdiff_t column = 0; column < blockColumns; column += kVectorBytes) {
         const U8x16 flags =
-            NarrowMask(isBackground(column), isBackground(column + 8)) & kBackgroundFlag;
+            ~ReachesOf(scratch->reliableCounts + column, kMinReliableBlocks) & kBackgroundFlag;
         StoreVector(LoadVector<U8x16>(orientations + column) | flags, scratch->directions + column);
     }
     memcpy(mapRow, scratch->directions, static_cast<size_t>(blockColumns));

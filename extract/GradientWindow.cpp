@@ -17,20 +17,22 @@ void AddTo(int32_t* sums, I16x8 change) {
     StoreVector(LoadVector<I32x4>(sums + 4) + WidenHigh(change), sums + 4);
 }
 
-void AddTo(int16_t* sums, I16x8 change) {
-    StoreVector(LoadVector<I16x8>(sums) + change, sums);
+void AddTo(uint8_t* sums, U8x16 change) {
+    StoreVector(LoadVector<U8x16>(sums) + change, sums);
 }
 
-// The vector of as many sums as it holds.
+// The vector of as many sums as it holds, and the one of what enters them.
 template <class Sum>
 struct VectorOf;
 template <>
 struct VectorOf<int32_t> {
     using Type = I32x4;
+    using Entering = I16x8;
 };
 template <>
-struct VectorOf<int16_t> {
-    using Type = I16x8;
+struct VectorOf<uint8_t> {
+    using Type = U8x16;
+    using Entering = U8x16;
 };
 
 // from[0] + from[offset] + last[0], a vector of them.
@@ -49,21 +51,23 @@ void WindowSum<Sum>::Clear(int32_t reach) {
 }
 
 template <class Sum>
-void WindowSum<Sum>::Slide(int32_t blockColumns, const ProductRow& entering) {
-    int16_t* ringRow = rows_[ringRow_];
+void WindowSum<Sum>::Slide(int32_t blockColumns, const Entering& entering) {
+    using Vector = typename VectorOf<Sum>::Entering;
+    constexpr ptrdiff_t kStep = kVectorBytes / sizeof(entering[0]);
+    auto* ringRow = rows_[ringRow_];
     ringRow_ = ringRow_ == 2 * reach_ ? 0 : ringRow_ + 1;
     Sum* columns = columns_ + reach_;
-    for (ptrdiff_t column = 0; column < blockColumns; column += 8) {
-        const I16x8 values = LoadVector<I16x8>(entering + column);
-        const I16x8 change = values - LoadVector<I16x8>(ringRow + column);
+    for (ptrdiff_t column = 0; column < blockColumns; column += kStep) {
+        const Vector values = LoadVector<Vector>(entering + column);
+        const Vector change = values - LoadVector<Vector>(ringRow + column);
         StoreVector(values, ringRow + column);
         AddTo(columns + column, change);
     }
 }
 
 template <class Sum>
-void WindowSum<Sum>::SumAcross(int32_t blockColumns, Sum (*sums)[kPaddedColumns]) const {
-    constexpr ptrdiff_t kStep = kVectorBytes / 2;
+void WindowSum<Sum>::SumAcross(int32_t blockColumns, Sums* sums) const {
+    constexpr ptrdiff_t kStep = kVectorBytes / sizeof(rows_[0][0]);
     constexpr ptrdiff_t kLanes = kVectorBytes / sizeof(Sum);
     Sum threes[kColumns];
     for (ptrdiff_t column = 0; column < blockColumns + 2 * reach_ - 2; column += kStep) {
@@ -83,4 +87,4 @@ void WindowSum<Sum>::SumAcross(int32_t blockColumns, Sum (*sums)[kPaddedColumns]
 }
 
 template class qorfp::WindowSum<int32_t>;
-template class qorfp::WindowSum<int16_t>;
+template class qorfp::WindowSum<uint8_t>;

@@ -9,11 +9,10 @@
 
 namespace qorfp {
 
-/// Rows of numbers of blocks: of products (0 beyond the map's last column), of sums or counts over
-/// windows and of orientations (beyond that column they mean nothing).
+/// Rows of numbers of blocks: of products (0 beyond the map's last column), of sums over windows
+/// and of orientations (beyond that column they mean nothing).
 using ProductRow = int16_t[kPaddedColumns];
 using WindowRow = int32_t[kPaddedColumns];
-using CountRow = int16_t[kPaddedColumns];
 using OrientationRow = uint8_t[kPaddedColumns];
 
 /// Ridge orientations 0..119 of a row of windows, across their mean gradients.

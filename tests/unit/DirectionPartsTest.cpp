@@ -11,6 +11,7 @@
 #include <iterator>
 #include <memory>
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "extract/BinaryGradients.h"
@@ -199,27 +200,31 @@ TEST(FindBinaryGradients, EqualsTheRuleOfSmoothedPixelsAtEveryLength) {
 
 // --- Window sums -------------------------------------------------------------------------------
 
-// Values of -limit..limit, and often the limits themselves.
+// Values of least..limit, and often the limits themselves.
 template <class Sum>
-void ExpectWindowSums(int32_t columns, int32_t reach, int32_t limit, testsupport::Random& random) {
+void ExpectWindowSums(int32_t columns, int32_t reach, int32_t least, int32_t limit,
+                      testsupport::Random& random) {
+    using Window = qorfp::WindowSum<Sum>;
     SCOPED_TRACE(std::to_string(columns) + " columns, reach " + std::to_string(reach));
     const int32_t mapRows = random.Between(1, 2 * reach + 5);
-    std::vector<qorfp::ProductRow> map(static_cast<size_t>(mapRows + reach));
+    const auto map =
+        std::make_unique<typename Window::Entering[]>(static_cast<size_t>(mapRows + reach));
     for (int32_t row = 0; row < mapRows; ++row) {
         for (int32_t column = 0; column < columns; ++column) {
             const int32_t value =
-                random.OneIn(3) ? random.OneIn(2) ? limit : -limit : random.Between(-limit, limit);
-            map[static_cast<size_t>(row)][column] = static_cast<int16_t>(value);
+                random.OneIn(3) ? random.OneIn(2) ? limit : least : random.Between(least, limit);
+            auto& cell = map[static_cast<size_t>(row)][column];
+            cell = static_cast<std::remove_reference_t<decltype(cell)>>(value);
         }
     }
-    auto window = std::make_unique<qorfp::WindowSum<Sum>>();
+    auto window = std::make_unique<Window>();
     window->Clear(reach);
     for (int32_t entering = 0; entering < mapRows + reach; ++entering) {
         window->Slide(columns, map[static_cast<size_t>(entering)]);
         if (entering < reach) {
             continue;
         }
-        Sum sums[qorfp::kPaddedColumns];
+        typename Window::Sums sums;
         window->SumAcross(columns, &sums);
         for (int32_t column = 0; column < columns; ++column) {
             int32_t expected = 0;
@@ -239,8 +244,8 @@ TEST(WindowSum, EqualsTheSumOfEachClippedWindow) {
     testsupport::Random random(testsupport::Seed() + 42);
     for (int32_t columns = 1; columns <= qorfp::kMaxBlockColumns; columns += 1 + columns / 20) {
         for (const int32_t reach : {3, 4}) {
-            ExpectWindowSums<int32_t>(columns, reach, 9216, random);
-            ExpectWindowSums<int16_t>(columns, reach, 1, random);
+            ExpectWindowSums<int32_t>(columns, reach, -9216, 9216, random);
+            ExpectWindowSums<uint8_t>(columns, reach, 0, 1, random);
         }
     }
 }
