@@ -13,8 +13,16 @@ using namespace qorfp;
 void qorfp::MarkFrame(int32_t width, int32_t segment, uint8_t* frame) {
     memset(frame, 0, static_cast<size_t>(segment));
     frame[0] = 1;
-    for (int32_t x = width - 1; x < kSegments * segment; ++x) {
-        frame[x % segment] |= static_cast<uint8_t>(1 << x / segment);
+    int32_t k = 0;
+    int32_t j = width - 1;
+    for (; j >= segment; j -= segment) {
+        ++k;
+    }
+    for (; k < kSegments; ++k) {
+        for (; j < segment; ++j) {
+            frame[j] |= static_cast<uint8_t>(1 << k);
+        }
+        j = 0;
     }
 }
 
