@@ -14,7 +14,6 @@ using namespace qorfp;
 
 constexpr int32_t kWholeWeight = 256;  // of a line
 constexpr int32_t kLeastWeight = 22;   // of a centre
-constexpr uint16_t kLower = 0x00FF;
 
 U16x8 Load(const LineWeight& weight) {
     return LoadAligned<U16x8>(weight.lanes);
@@ -137,10 +136,10 @@ void qorfp::SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const ui
     const uint8_t* odd = Hidden(tile + kQuadBytes);
     const U16x8 centreWeights = Load(line.centreWeight);
     U16x8 laneWeights = {};  // without the centre's: less than 256 each
-    // At most 256 x 255: of the lower and the upper pixels of the lanes. Of a binary image, the black
-    // samples' weights without the centre's share a lane, too.
-    U16x8 lowerSums = {};
-    U16x8 upperSums = {};
+    // At most 256 x 255: of the tile's even and odd pixels. Of a binary image, the black samples' weights
+    // without the centre's share a lane, too.
+    U16x8 evenSums = {};
+    U16x8 oddSums = {};
     const SamplePair* end = Hidden(line.pairs + kMostPairs);  // so that the loop stays one
     const LineWeight* weight = line.weights;
     for (const SamplePair* at = line.pairs; at != end; ++at, ++weight) {
@@ -155,31 +154,31 @@ void qorfp::SmoothAtBorder(const SampleLine& line, const uint8_t* tile, const ui
         };
         laneWeights += bothBytes(inside) * weights;
         if constexpr (kIsBinary) {
-            lowerSums += bothBytes(tile) * weights;
+            evenSums += bothBytes(tile) * weights;
         } else {
-            lowerSums += bothLanes(tile) * weights;
-            upperSums += bothLanes(odd) * weights;
+            evenSums += bothLanes(tile) * weights;
+            oddSums += bothLanes(odd) * weights;
         }
     }
-    const U16x16 sideWeights = {laneWeights & kLower, laneWeights >> 8};
+    const U16x16 sideWeights = Split(AsLanes<U8x16>(laneWeights));
     const U16x16 weights = sideWeights + centreWeights[0];
     if constexpr (kIsBinary) {
         // 255 times the white samples' weights.
-        const U16x8 centre = LoadVector<U16x8>(tile);
-        upperSums = weights.high - (lowerSums >> 8) - (centre >> 8) * centreWeights;
-        lowerSums = weights.low - (lowerSums & kLower) - (centre & kLower) * centreWeights;
-        upperSums = (upperSums << 8) - upperSums;
-        lowerSums = (lowerSums << 8) - lowerSums;
+        const U16x16 black =
+            Split(AsLanes<U8x16>(evenSums)) + Split(LoadVector<U8x16>(tile)) * centreWeights;
+        const U16x16 white = weights - black;
+        evenSums = (white.low << 8) - white.low;
+        oddSums = (white.high << 8) - white.high;
     } else {
-        lowerSums += LoadVector<U16x8>(tile) * centreWeights;
-        upperSums += LoadVector<U16x8>(odd) * centreWeights;
+        evenSums += LoadVector<U16x8>(tile) * centreWeights;
+        oddSums += LoadVector<U16x8>(odd) * centreWeights;
     }
     uint8_t places[kTileBytes];
     StoreVector(Narrow(sideWeights), places);
     // Or else compilers store the vector again for each of its bytes.
     const U16x16 reciprocals = LookUp(kReciprocals.of + centreWeights[0], Hidden(places));
-    StoreVector(Join({Divide(lowerSums, weights.low, reciprocals.low),
-                      Divide(upperSums, weights.high, reciprocals.high)}),
+    StoreVector(Join({Divide(evenSums, weights.low, reciprocals.low),
+                      Divide(oddSums, weights.high, reciprocals.high)}),
                 out);
 }
 
