@@ -8,8 +8,6 @@
 
 #include <string.h>
 
-#include "extract/FixedMath.h"
-
 namespace {
 
 using namespace qorfp;
@@ -114,56 +112,43 @@ __attribute__((noinline)) void Slide(int32_t width, const uint8_t* entering, con
 // The means over the windows around a row's pixels.
 class WindowMeans {
   public:
-    WindowMeans(const Columns& columns, int32_t rows) : columns_(columns), shift_(ShiftFor(rows)) {}
+    WindowMeans(const Columns& columns, int32_t rows, const Normalize9x9Scratch& scratch)
+        : columns_(columns),
+          reciprocals_(scratch.reciprocals[rows - kMinCount]),
+          shift_(ShiftFor(rows)) {}
 
     // Of sixteen pixels, from column 2 i on. The window around an even column begins with four pairs of
     // columns; the one around the odd column after it, too, but for the first of these columns.
-    U8x16 At(int32_t i, U16x16 reciprocals) const {
+    U8x16 At(int32_t i) const {
         const int32_t at = Normalize9x9Scratch::kEdge + i;
         const uint16_t* pairs = columns_.pairs + at;
         const U16x8 four = Load(pairs - 2) + Load(pairs - 1) + Load(pairs) + Load(pairs + 1);
         const U16x16 sums = {four + Load(columns_.even + at + 2),
                              four + Load(pairs + 2) - Load(columns_.even + at - 2)};
+        const U16x16 reciprocals = {Load(reciprocals_.even + i), Load(reciprocals_.odd + i)};
         return Join(MultiplyHigh(sums, reciprocals) >> shift_);
     }
 
   private:
     const Columns& columns_;
+    const Normalize9x9Scratch::Reciprocals& reciprocals_;
     int32_t shift_;
 };
-
-// Calls work(i, reciprocals) for each sixteen columns, from column 2 i on. All but those at either
-// end of a row divide by the same.
-template <class Work>
-QORFP_INLINE void ForEachWindow(int32_t width, int32_t rows, const Normalize9x9Scratch& scratch,
-                                Work work) {
-    constexpr int32_t kStep = kVectorBytes / 2;
-    const Normalize9x9Scratch::Reciprocals& row = scratch.reciprocals[rows - kMinCount];
-    const int32_t endOfInner = (width - kReach) / kVectorBytes * kStep;
-    for (int32_t i = 0; 2 * i < width;) {
-        const U16x16 reciprocals = {Load(row.even + i), Load(row.odd + i)};
-        const int32_t end = i == kStep ? Max(endOfInner, 2 * kStep) : i + kStep;
-        do {
-            work(i, reciprocals);
-            i += kStep;
-        } while (i < end);
-    }
-}
 
 // Writes a row of means, over windows of as many rows. The deviations from them enter their window,
 // and those of the row kSide above, in whose place they are kept, leave it.
 void WriteMeans(int32_t width, int32_t rows, const uint8_t* pixels, uint8_t* means,
                 uint8_t* deviations, Normalize9x9Scratch* scratch) {
-    const WindowMeans window(scratch->pixelColumns, rows);
-    ForEachWindow(width, rows, *scratch, [=, &window](int32_t i, U16x16 reciprocals) {
+    const WindowMeans window(scratch->pixelColumns, rows, *scratch);
+    for (int32_t i = 0; 2 * i < width; i += kVectorBytes / 2) {
         const U8x16 here = LoadVector<U8x16>(pixels + 2 * i);
-        const U8x16 mean = window.At(i, reciprocals);
+        const U8x16 mean = window.At(i);
         const U8x16 deviation = Greatest(mean, here) - Least(mean, here);
         const U8x16 leaving = LoadVector<U8x16>(deviations + 2 * i);
         StoreVector(mean, means + 2 * i);
         StoreVector(deviation, deviations + 2 * i);
         SlideAt(i, deviation, leaving, &scratch->deviationColumns);
-    });
+    }
 }
 
 // --- Stretch --------------------------------------------------------------------------------
@@ -208,16 +193,16 @@ static_assert(EstimatesAreCloseEnough(), "the sign of the rest tells which");
 // pixel lies.
 void FindRanges(int32_t width, int32_t rows, const uint8_t* pixels, const uint8_t* means,
                 Normalize9x9Scratch* scratch) {
-    const WindowMeans window(scratch->deviationColumns, rows);
-    ForEachWindow(width, rows, *scratch, [=, &window](int32_t i, U16x16 reciprocals) {
+    const WindowMeans window(scratch->deviationColumns, rows, *scratch);
+    for (int32_t i = 0; 2 * i < width; i += kVectorBytes / 2) {
         const U8x16 here = LoadVector<U8x16>(pixels + 2 * i);
         const U8x16 mean = LoadVector<U8x16>(means + 2 * i);
-        const U8x16 deviation = window.At(i, reciprocals);
+        const U8x16 deviation = window.At(i);
         const U8x16 low = SubtractToZero(mean, deviation);
         const U8x16 range = AddTo255(mean, deviation) - low;
         StoreVector(range, scratch->ranges + 2 * i);
         StoreVector(Least(SubtractToZero(here, low), range), scratch->insides + 2 * i);
-    });
+    }
 }
 
 // A loop of its own: the ranges are looked up as bytes, which had to wait for them if they had been
