@@ -42,7 +42,7 @@ TiffInput& InputOf(thandle_t handle) {
 tmsize_t OnRead(thandle_t handle, void* target, tmsize_t count) {
     TiffInput& input = InputOf(handle);
     const uint64_t left = input.offset < input.size ? input.size - input.offset : 0;
-    const uint64_t taken = std::min(left, static_cast<uint64_t>(count));
+    const auto taken = static_cast<size_t>(std::min(left, static_cast<uint64_t>(count)));
     if (taken > 0) {
         std::memcpy(target, input.data + input.offset, taken);
     }
