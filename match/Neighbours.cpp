@@ -24,13 +24,6 @@ constexpr int32_t kFewNeighbours = 19;  // up to here the squared distance decid
 constexpr int32_t kKeyOffset = INT16_MIN - kShortestSquared;
 constexpr int16_t kPastLastKey = kLongestSquared + 1 + kKeyOffset;
 
-// What keeps the squares of farther sides in 16 bits, and their sum beyond the longest distance.
-constexpr int16_t kSideLimit = kMaxBarLength + 1;
-constexpr int16_t kSideSumLimit = 283;
-static_assert(Square(kSideLimit) > kLongestSquared, "a cut side is still too long");
-static_assert(Square(kSideSumLimit) > 2 * kLongestSquared, "so is the pair of cut sides");
-static_assert(Square(kSideLimit) + Square(kSideSumLimit - kSideLimit) <= UINT16_MAX, "16 bits");
-
 I16x8 AllLanes(int16_t value) {
     return value + I16x8{};
 }
@@ -43,15 +36,6 @@ I16x8 Greatest(I16x8 a, I16x8 b) {
     return a > b ? a : b;
 }
 
-// |a - b|
-I16x8 Difference(I16x8 a, I16x8 b) {
-    return Greatest(a - b, b - a);
-}
-
-I16x8 CutSide(I16x8 side) {
-    return Least(side, AllLanes(kSideLimit));
-}
-
 int16_t KeyOf(int32_t distSquared) {
     return static_cast<int16_t>(distSquared + kKeyOffset);
 }
@@ -62,11 +46,10 @@ int32_t DistSquaredOf(int16_t key) {
 
 void CopyPositions(const MinutiaSet& set, NeighbourWork* work) {
     // A last group that is not full has neighbours of its idle lanes sought too.
-    memset(work->x + set.count, 0, kMinutiaLanes * sizeof(work->x[0]));
-    memset(work->y + set.count, 0, kMinutiaLanes * sizeof(work->y[0]));
+    memset(work->positions + 2 * set.count, 0, 2 * kMinutiaLanes * sizeof(work->positions[0]));
     for (int32_t i = 0; i < set.count; ++i) {
-        work->x[i] = static_cast<int16_t>(set.minutiae[i].x);
-        work->y[i] = static_cast<int16_t>(set.minutiae[i].y);
+        work->positions[2 * i] = static_cast<int16_t>(set.minutiae[i].x);
+        work->positions[2 * i + 1] = static_cast<int16_t>(set.minutiae[i].y);
     }
 }
 
@@ -74,19 +57,78 @@ I16x8 KeysOf(const NeighbourWork& work, int32_t j) {
     return LoadVector<I16x8>(work.keys + j * kMinutiaLanes);
 }
 
-// Distance keys of all minutiae to minutiae first .. first + 7; gives each one's neighbours.
-I16x8 MakeKeys(NeighbourWork* work, int32_t count, int32_t first) {
-    const I16x8 x = LoadVector<I16x8>(work->x + first);
-    const I16x8 y = LoadVector<I16x8>(work->y + first);
-    I16x8 neighbours = {};
-    for (int32_t j = 0; j < count; ++j) {
-        const I16x8 width = CutSide(Difference(x, AllLanes(work->x[j])));
+// The positions of eight minutiae, to be compared with one.
+#if defined(__SSE2__)
+class EightPositions {
+  public:
+    explicit EightPositions(const int16_t* positions)
+        : low_(LoadVector<I16x8>(positions)), high_(LoadVector<I16x8>(positions + kMinutiaLanes)) {}
+
+    // Sums of squares in 32 bits. Packing cuts what is too near to the lowest number, and the last step
+    // turns that into the highest one.
+    I16x8 KeysTo(const int16_t* position) const {
+        uint32_t both;
+        memcpy(&both, position, sizeof(both));
+        const I16x8 other = AsLanes<I16x8>(both + U32x4{});
+        const I32x4 low = MultiplyPairs(low_ - other, low_ - other) + (kKeyOffset + 1);
+        const I32x4 high = MultiplyPairs(high_ - other, high_ - other) + (kKeyOffset + 1);
+        const __m128i keys = _mm_packs_epi32(AsLanes<__m128i>(low), AsLanes<__m128i>(high));
+        return AsLanes<I16x8>(AsLanes<U16x8>(keys) - 1);
+    }
+
+  private:
+    I16x8 low_;
+    I16x8 high_;
+};
+#else
+// What keeps the squares of farther sides in 16 bits, and their sum beyond the longest distance.
+constexpr int16_t kSideLimit = kMaxBarLength + 1;
+constexpr int16_t kSideSumLimit = 283;
+static_assert(Square(kSideLimit) > kLongestSquared, "a cut side is still too long");
+static_assert(Square(kSideSumLimit) > 2 * kLongestSquared, "so is the pair of cut sides");
+static_assert(Square(kSideLimit) + Square(kSideSumLimit - kSideLimit) <= UINT16_MAX, "16 bits");
+
+// |a - b|
+I16x8 Difference(I16x8 a, I16x8 b) {
+    return Greatest(a - b, b - a);
+}
+
+I16x8 CutSide(I16x8 side) {
+    return Least(side, AllLanes(kSideLimit));
+}
+
+class EightPositions {
+  public:
+    explicit EightPositions(const int16_t* positions) {
+        for (int32_t lane = 0; lane < kMinutiaLanes; ++lane) {
+            x_[lane] = positions[2 * lane];
+            y_[lane] = positions[2 * lane + 1];
+        }
+    }
+
+    // All in 16 bits.
+    I16x8 KeysTo(const int16_t* position) const {
+        const I16x8 width = CutSide(Difference(x_, AllLanes(position[0])));
         const I16x8 height =
-            Least(CutSide(Difference(y, AllLanes(work->y[j]))), AllLanes(kSideSumLimit) - width);
+            Least(CutSide(Difference(y_, AllLanes(position[1]))), AllLanes(kSideSumLimit) - width);
         const U16x8 w = AsLanes<U16x8>(width);
         const U16x8 h = AsLanes<U16x8>(height);
         const U16x8 offset = EveryLane(static_cast<uint16_t>(kKeyOffset & UINT16_MAX));
-        const I16x8 keys = AsLanes<I16x8>(w * w + h * h + offset);
+        return AsLanes<I16x8>(w * w + h * h + offset);
+    }
+
+  private:
+    I16x8 x_;
+    I16x8 y_;
+};
+#endif
+
+// Distance keys of all minutiae to minutiae first .. first + 7; gives each one's neighbours.
+I16x8 MakeKeys(NeighbourWork* work, int32_t count, int32_t first) {
+    const EightPositions eight(work->positions + 2 * first);
+    I16x8 neighbours = {};
+    for (int32_t j = 0; j < count; ++j) {
+        const I16x8 keys = eight.KeysTo(work->positions + 2 * j);
         StoreVector(keys, work->keys + j * kMinutiaLanes);
         neighbours -= keys < AllLanes(kPastLastKey);
     }

@@ -23,8 +23,7 @@ static_assert(kMaxMinutiae <= 64, "a bit for each minutia");
 struct NeighbourWork {
     NeighbourBits neighbours[kMaxMinutiae];  ///< out, of each minutia of the set
 
-    int16_t x[kMaxMinutiae + kMinutiaLanes];  ///< positions, then zeros
-    int16_t y[kMaxMinutiae + kMinutiaLanes];
+    int16_t positions[2 * (kMaxMinutiae + kMinutiaLanes)];  ///< x and y of each, then zeros
     int16_t keys[kMaxMinutiae * kMinutiaLanes];  ///< distance keys of all minutiae to eight of them
 };
 
