@@ -6,9 +6,10 @@
 #   scripts/test.sh          one configuration: the system's compiler, optimised
 #   scripts/test.sh --all    GCC and clang, each at -O0 (the library only) and -O3, clang with
 #                            AddressSanitizer and UBSan, programs that call all of the library with
-#                            MemorySanitizer, and 32-bit ARM in an emulator; before them
-#                            the Debian packages of this machine and scripts/lint.sh; with gcc -O3 the
-#                            documentation site and 20 mutants; stops at the first that fails
+#                            MemorySanitizer, eight threads with ThreadSanitizer, and 32-bit ARM in
+#                            an emulator; before them the Debian packages of this machine and
+#                            scripts/lint.sh; with gcc -O3 the documentation site and 20 mutants;
+#                            stops at the first that fails
 #
 # Each configuration has its folder under build/. The last lines are ctest's.
 set -euo pipefail
@@ -36,6 +37,8 @@ if [ -n "$all" ]; then
     scripts/package.sh --check
     printf '\n==== static analysis ====\n'
     scripts/lint.sh
+    printf '\n==== threads ====\n'
+    scripts/threads.sh 5
 fi
 for preset in "${presets[@]}"; do
     printf '\n==== %s ====\n' "$preset"
