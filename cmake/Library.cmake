@@ -109,7 +109,9 @@ target_compile_options(qorfp_objects PRIVATE
   ${QORFP_PREFIX_MAP}
   # Stage after stage lays other records out in the same bytes.
   -fno-strict-aliasing
-  -fno-exceptions -fno-rtti -fno-threadsafe-statics -ffunction-sections -fdata-sections)
+  -fno-exceptions -fno-rtti -fno-threadsafe-statics -ffunction-sections -fdata-sections
+  # tests/abi reads types from it, whatever less the rest of a configuration is content with.
+  $<$<CONFIG:Debug>:-g>)
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
   # GCC would add up in another order, with more vectors at a time than there are registers.
   set_source_files_properties(${PROJECT_SOURCE_DIR}/extract/LineFilter.cpp

@@ -19,11 +19,22 @@ else()
   include(GoogleTest)
 endif()
 
+if(QORFP_PCH)
+  add_library(qorfp_gtest_headers OBJECT ${PROJECT_SOURCE_DIR}/tests/support/Precompiled.cpp)
+  target_link_libraries(qorfp_gtest_headers PRIVATE
+    qorfp_warnings qorfp_test_code GTest::gtest_main)
+  target_precompile_headers(qorfp_gtest_headers PRIVATE
+    <gtest/gtest.h> <algorithm> <array> <fstream> <functional> <map> <random> <set> <string> <vector>)
+endif()
+
 # qorfp_add_gtests(TARGET [PREFIX] [SHARDS]): the cases of a GoogleTest program, one ctest each. For
 # another machine and for MemorySanitizer one for all of them, or SHARDS with a share each: starting
 # the program for every case takes longer there than the cases.
 function(qorfp_add_gtests TARGET)
   cmake_parse_arguments(ARG "" "PREFIX;SHARDS" "" ${ARGN})
+  if(QORFP_PCH)
+    target_precompile_headers(${TARGET} REUSE_FROM qorfp_gtest_headers)
+  endif()
   if(NOT CMAKE_CROSSCOMPILING AND NOT QORFP_SANITIZE STREQUAL "memory")
     gtest_discover_tests(${TARGET} TEST_PREFIX "${ARG_PREFIX}" DISCOVERY_TIMEOUT 60)
   elseif(NOT ARG_SHARDS)

@@ -1,0 +1,3 @@
+// SPDX-License-Identifier: Apache-2.0
+//
+// Nothing but the headers that its target precompiles for the programs of GoogleTest.
