@@ -12,8 +12,8 @@
 #     ! qorfp: ...                              (a line of standard error)
 #     [1]                                       (exit status; 0 when not given)
 #
-# Commands find qorfp, fixture and look on their path, the tool's file in $TOOL and the folder of
-# example images in $DATA.
+# Commands find qorfp, fixture and look on their path, and within_gigabyte, which runs a command in 1 GB
+# of memory; the tool's file in $TOOL and the folder of example images in $DATA.
 #
 # Usage: run_cli_tests.sh --tool QORFP --fixture PROGRAM --look PROGRAM [--data DIR]
 #                         [--exec-prefix COMMAND] CASE...
@@ -47,6 +47,14 @@ make_command() {  # name, program: callable by that name, through the prefix
 make_command qorfp "$tool"
 make_command fixture "$fixture"
 make_command look "$look"
+# A limit of addresses would leave AddressSanitizer, which reserves terabytes of them, no room.
+limit='ulimit -v 1000000'
+if grep -q __asan_init "$tool"; then
+    # shellcheck disable=SC2016  # for the shell that runs it
+    limit='export ASAN_OPTIONS="$ASAN_OPTIONS:max_allocation_size_mb=1000"'
+fi
+printf '#!/bin/sh\n%s\nexec "$@"\n' "$limit" >"$scratch/bin/within_gigabyte"
+chmod +x "$scratch/bin/within_gigabyte"
 export PATH="$scratch/bin:$PATH" LC_ALL=C TOOL="$(realpath "$tool")" DATA="${data:-/nonexistent}"
 umask 022
 
