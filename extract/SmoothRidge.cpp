@@ -141,7 +141,7 @@ void SetEndColumn(const Image& image, int32_t by, bool isBlank, SmoothRidgeScrat
             pixels[row] =
                 isBlank || y < 0 || y >= image.height ? BlankPixel(kIsBinary) : *image.Row(y);
             if constexpr (kIsBinary) {
-                ++pixels[row];
+                pixels[row] = static_cast<uint8_t>(pixels[row] + 1);  // 0 of 255, as all samples
             }
         }
         if constexpr (kIsBinary) {
