@@ -19,9 +19,9 @@ namespace {
 
 using namespace qorfp;
 
-// A block row samples the quad rows whose top rows lie up to kLineReach above and below its own, and
-// of grey images one more: twelve, in three groups of four. Each block row needs one new group. Three are kept,
-// and copies of two behind them, so that any three in sequence lie in one piece.
+// A block row samples the quad rows whose top rows lie up to kLineReach above and below its own, and of
+// grey images one more: twelve, in three groups of four. Each block row needs one new group. Three are
+// kept, and copies of two behind them, so that any three in sequence lie in one piece.
 constexpr int32_t kGroups = 3;
 constexpr int32_t kQuadRows = kGroups * kBlockSide;
 constexpr int32_t kCopiedGroups = kGroups - 1;

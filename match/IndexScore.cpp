@@ -348,7 +348,7 @@ int32_t ScoreAll(uint8_t* work, int32_t n, int32_t* scores, AreaOf areaOf) {
     memset(index->score.storedDirection, 0, sizeof(index->score.storedDirection));
     constexpr int32_t kAhead = 4;  // memory answers in less time than these are scored
     for (int32_t i = 0; i < n; ++i) {
-        Fetch(areaOf(Min(i + kAhead, n - 1)));
+        Fetch(areaOf(i + Min(kAhead, n - 1 - i)));
         scores[i] = isSound ? ScoreOfArea(index, areaOf(i)) : 0;
     }
     return 0;
