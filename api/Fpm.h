@@ -35,8 +35,8 @@ int32_t FPM_FeatureExtract(const uint8_t* image, int32_t width, int32_t height,
 /// @return 0; 1 when they cannot be fused or indexed; 5 for a null pointer
 int32_t FPM_GenFeature(const uint8_t* a, const uint8_t* b, const uint8_t* c, uint8_t* out);
 
-/// Quality of a template: its quality byte (0..100 when the library made it) or, where that is 0, a value by its minutia
-/// count. 0 for a null pointer, an unknown version or more than 60 minutiae.
+/// Quality of a template: its quality byte (0..100 when the library made it) or, where that is 0, a value
+/// by its minutia count. 0 for a null pointer, an unknown version or more than 60 minutiae.
 int32_t FPM_GetQuality(const uint8_t* bytes);
 
 /// Resamples an image: a copy at equal size, a 2 x 2 mean at half the size, else bilinear in
