@@ -9,6 +9,7 @@
 #include "bench/measured/Work.h"
 #include "engine/FPEngine.h"
 #include "engine/Template.h"
+#include "extract/BinaryImage.h"
 #include "extract/BoxSmooth.h"
 #include "extract/FPExtract.h"
 #include "extract/Minutiae.h"
@@ -43,7 +44,8 @@ struct Stage {
     void (*run)(Progress*);
 };
 
-// What FPM_FeatureExtract does, step by step; the result is compared with that of the public call.
+// What FPM_FeatureExtract does, step by step; the result is compared with that of the public call. The
+// first four, which PrepareImage does from place to place, work in place here.
 constexpr Stage kStages[] = {
     {"SmoothImage", [](Progress* p) { SmoothImage(p->width, p->height, p->Pixels(), 1); }},
     {"NormalizeImage",
@@ -53,12 +55,13 @@ constexpr Stage kStages[] = {
     {"CalcDirA", [](Progress* p) { CalcDirA(p->Pixels(), p->width, p->height, &p->quality); }},
     {"SmoothRidge-first", [](Progress* p) { SmoothRidge(p->Pixels(), p->width, p->height); }},
     {"BinImageA", [](Progress* p) { BinImageA(p->Pixels(), p->width, p->height); }},
-    {"CalcDirB", [](Progress* p) { CalcDirB(p->Pixels(), p->width, p->height); }},
-    {"SmoothRidge-second", [](Progress* p) { SmoothRidge(p->Pixels(), p->width, p->height); }},
-    {"BinImageB", [](Progress* p) { BinImageB(p->Pixels(), p->width, p->height); }},
-    {"RemoveNoise", [](Progress* p) { RemoveNoise(p->Pixels(), p->width, p->height); }},
+    {"CalcDirB", [](Progress* p) { CalcDirBOf(p->Pixels(), p->width, p->height, true); }},
+    {"SmoothRidge-second",
+     [](Progress* p) { SmoothRidgeOf(p->Pixels(), p->width, p->height, true); }},
+    {"BinImageB", [](Progress* p) { BinImageBToBits(p->Pixels(), p->width, p->height); }},
+    {"RemoveNoise", [](Progress* p) { RemoveNoiseFromBits(p->Pixels(), p->width, p->height); }},
     {"GetRidgeDensity", [](Progress* p) { GetRidgeDensity(p->Pixels(), p->width, p->height); }},
-    {"Thinning", [](Progress* p) { Thinning(p->Pixels(), p->width, p->height); }},
+    {"Thinning", [](Progress* p) { ThinBits(p->Pixels(), p->width, p->height); }},
     {"ScanCandidates", [](Progress* p) { ScanCandidates(p->Ridges(), &p->Scratch()->candidates); }},
     {"RepairBrokenRidges",
      [](Progress* p) { RepairBrokenRidges(p->Ridges(), &p->Scratch()->candidates); }},
