@@ -64,6 +64,26 @@ int32_t RoundedSixteenth(int32_t value) {
     return value >= 0 ? (value + 8) / 16 : -((-value + 8) / 16);
 }
 
+// The gradients of a row of blocks, whose centres lie at (2, 2), (6, 2) and so on; none beyond them.
+template <class LevelAt>
+void ExpectGradients(const qorfp::GradientRow& gradients, int32_t columns, LevelAt levelAt) {
+    for (int32_t column = 0; column < columns; ++column) {
+        const auto at = [&](int32_t dx, int32_t dy) {
+            return levelAt(4 * column + 2 + dx, 2 + dy);
+        };
+        const int32_t x = 3 * (at(1, 0) - at(-1, 0)) + at(1, -1) - at(-1, -1) + at(1, 1) -
+                          at(-1, 1) + at(2, 0) - at(-2, 0);
+        const int32_t y = 3 * (at(0, 1) - at(0, -1)) + at(-1, 1) - at(-1, -1) + at(1, 1) -
+                          at(1, -1) + at(0, 2) - at(0, -2);
+        ASSERT_EQ(gradients.x[column], RoundedSixteenth(x)) << column << " of " << columns;
+        ASSERT_EQ(gradients.y[column], RoundedSixteenth(y)) << column << " of " << columns;
+    }
+    for (int32_t column = columns; column < qorfp::PadColumns(columns); ++column) {
+        ASSERT_EQ(gradients.x[column], 0) << column << " beyond " << columns;
+        ASSERT_EQ(gradients.y[column], 0) << column << " beyond " << columns;
+    }
+}
+
 TEST(FindGradients, EqualsTheRuleAtEveryLength) {
     testsupport::Random random(testsupport::Seed() + 41);
     auto rows = std::make_unique<std::array<qorfp::PixelRow, 5>>();
@@ -90,22 +110,9 @@ TEST(FindGradients, EqualsTheRuleAtEveryLength) {
             ASSERT_EQ(edge[even], StretchedLevel(stretch, (*rows)[4][2 * even]))
                 << even << " of " << columns;
         }
-        for (int32_t column = 0; column < columns; ++column) {
-            const auto at = [&](int32_t dx, int32_t dy) -> int32_t {
-                return StretchedLevel(stretch,
-                                      (*rows)[static_cast<size_t>(2 + dy)][4 * column + 2 + dx]);
-            };
-            const int32_t x = 3 * (at(1, 0) - at(-1, 0)) + at(1, -1) - at(-1, -1) + at(1, 1) -
-                              at(-1, 1) + at(2, 0) - at(-2, 0);
-            const int32_t y = 3 * (at(0, 1) - at(0, -1)) + at(-1, 1) - at(-1, -1) + at(1, 1) -
-                              at(1, -1) + at(0, 2) - at(0, -2);
-            ASSERT_EQ(gradients.x[column], RoundedSixteenth(x)) << column << " of " << columns;
-            ASSERT_EQ(gradients.y[column], RoundedSixteenth(y)) << column << " of " << columns;
-        }
-        for (int32_t column = columns; column < qorfp::PadColumns(columns); ++column) {
-            ASSERT_EQ(gradients.x[column], 0) << column << " beyond " << columns;
-            ASSERT_EQ(gradients.y[column], 0) << column << " beyond " << columns;
-        }
+        ExpectGradients(gradients, columns, [&](int32_t x, int32_t y) -> int32_t {
+            return StretchedLevel(stretch, (*rows)[static_cast<size_t>(y)][x]);
+        });
     }
 }
 
@@ -168,21 +175,7 @@ void ExpectBinaryGradients(const BinaryRows& image) {
     std::fill(std::begin(gradients.x), std::end(gradients.x), int16_t{7777});
     std::fill(std::begin(gradients.y), std::end(gradients.y), int16_t{7777});
     qorfp::FindBinaryGradients(rows, columns, parts.get(), &gradients);
-    for (int32_t column = 0; column < columns; ++column) {
-        const auto at = [&](int32_t dx, int32_t dy) {
-            return image.Smoothed(4 * column + 2 + dx, 2 + dy);
-        };
-        const int32_t x = 3 * (at(1, 0) - at(-1, 0)) + at(1, -1) - at(-1, -1) + at(1, 1) -
-                          at(-1, 1) + at(2, 0) - at(-2, 0);
-        const int32_t y = 3 * (at(0, 1) - at(0, -1)) + at(-1, 1) - at(-1, -1) + at(1, 1) -
-                          at(1, -1) + at(0, 2) - at(0, -2);
-        ASSERT_EQ(gradients.x[column], RoundedSixteenth(x)) << column << " of " << columns;
-        ASSERT_EQ(gradients.y[column], RoundedSixteenth(y)) << column << " of " << columns;
-    }
-    for (int32_t column = columns; column < qorfp::PadColumns(columns); ++column) {
-        ASSERT_EQ(gradients.x[column], 0) << column << " beyond " << columns;
-        ASSERT_EQ(gradients.y[column], 0) << column << " beyond " << columns;
-    }
+    ExpectGradients(gradients, columns, [&](int32_t x, int32_t y) { return image.Smoothed(x, y); });
 }
 
 TEST(FindBinaryGradients, EqualsTheRuleOfSmoothedPixelsAtEveryLength) {
